@@ -1,0 +1,185 @@
+// Vector types of fixed lane count: 8 floats, 4 doubles, 8 int32.
+//
+// The default build maps them onto AVX2 registers; a build without AVX2 maps them onto
+// pairs of SSE2 registers.  The lane count, the operations and their IEEE results are
+// the same in both, so a kernel written once gives bit-identical results in either
+// build.  Approximate reciprocals come from the same instructions family in both.
+// Loads and stores are unaligned: "aligned" in this library means 16 bytes.
+#pragma once
+
+#include <cstdint>
+#include <immintrin.h>
+
+#if defined(__AVX2__)
+#define ZEM_SIMD_AVX2 1
+#else
+#define ZEM_SIMD_AVX2 0
+#endif
+
+namespace zem::simd {
+
+#if ZEM_SIMD_AVX2
+
+struct F32x8 { __m256 v; };
+struct F64x4 { __m256d v; };
+struct I32x8 { __m256i v; };
+
+inline F32x8 load(const float* p) { return {_mm256_loadu_ps(p)}; }
+inline void store(float* p, F32x8 a) { _mm256_storeu_ps(p, a.v); }
+inline F32x8 splat(float x) { return {_mm256_set1_ps(x)}; }
+inline F32x8 operator+(F32x8 a, F32x8 b) { return {_mm256_add_ps(a.v, b.v)}; }
+inline F32x8 operator-(F32x8 a, F32x8 b) { return {_mm256_sub_ps(a.v, b.v)}; }
+inline F32x8 operator*(F32x8 a, F32x8 b) { return {_mm256_mul_ps(a.v, b.v)}; }
+inline F32x8 operator/(F32x8 a, F32x8 b) { return {_mm256_div_ps(a.v, b.v)}; }
+inline F32x8 operator&(F32x8 a, F32x8 b) { return {_mm256_and_ps(a.v, b.v)}; }
+inline F32x8 operator|(F32x8 a, F32x8 b) { return {_mm256_or_ps(a.v, b.v)}; }
+// a < b ? a : b and a > b ? a : b, lane by lane: a NaN in either gives b.
+inline F32x8 min(F32x8 a, F32x8 b) { return {_mm256_min_ps(a.v, b.v)}; }
+inline F32x8 max(F32x8 a, F32x8 b) { return {_mm256_max_ps(a.v, b.v)}; }
+inline F32x8 sqrt(F32x8 a) { return {_mm256_sqrt_ps(a.v)}; }
+inline F32x8 rcpApprox(F32x8 a) { return {_mm256_rcp_ps(a.v)}; }
+inline F32x8 rsqrtApprox(F32x8 a) { return {_mm256_rsqrt_ps(a.v)}; }
+inline F32x8 lt(F32x8 a, F32x8 b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_LT_OQ)}; }
+inline F32x8 le(F32x8 a, F32x8 b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_LE_OQ)}; }
+inline F32x8 eq(F32x8 a, F32x8 b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_EQ_OQ)}; }
+inline F32x8 unordered(F32x8 a, F32x8 b) { return {_mm256_cmp_ps(a.v, b.v, _CMP_UNORD_Q)}; }
+// mask ? a : b
+inline F32x8 select(F32x8 mask, F32x8 a, F32x8 b) { return {_mm256_blendv_ps(b.v, a.v, mask.v)}; }
+inline int signMask(F32x8 a) { return _mm256_movemask_ps(a.v); }
+
+inline F64x4 load(const double* p) { return {_mm256_loadu_pd(p)}; }
+inline void store(double* p, F64x4 a) { _mm256_storeu_pd(p, a.v); }
+inline F64x4 splat(double x) { return {_mm256_set1_pd(x)}; }
+inline F64x4 operator+(F64x4 a, F64x4 b) { return {_mm256_add_pd(a.v, b.v)}; }
+inline F64x4 operator-(F64x4 a, F64x4 b) { return {_mm256_sub_pd(a.v, b.v)}; }
+inline F64x4 operator*(F64x4 a, F64x4 b) { return {_mm256_mul_pd(a.v, b.v)}; }
+inline F64x4 operator/(F64x4 a, F64x4 b) { return {_mm256_div_pd(a.v, b.v)}; }
+inline F64x4 min(F64x4 a, F64x4 b) { return {_mm256_min_pd(a.v, b.v)}; }
+inline F64x4 max(F64x4 a, F64x4 b) { return {_mm256_max_pd(a.v, b.v)}; }
+inline F64x4 sqrt(F64x4 a) { return {_mm256_sqrt_pd(a.v)}; }
+inline F64x4 lt(F64x4 a, F64x4 b) { return {_mm256_cmp_pd(a.v, b.v, _CMP_LT_OQ)}; }
+inline F64x4 eq(F64x4 a, F64x4 b) { return {_mm256_cmp_pd(a.v, b.v, _CMP_EQ_OQ)}; }
+inline F64x4 select(F64x4 mask, F64x4 a, F64x4 b) { return {_mm256_blendv_pd(b.v, a.v, mask.v)}; }
+inline int signMask(F64x4 a) { return _mm256_movemask_pd(a.v); }
+// Four floats widened to doubles.
+inline F64x4 widen4(const float* p) { return {_mm256_cvtps_pd(_mm_loadu_ps(p))}; }
+
+inline I32x8 loadI(const int32_t* p) { return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))}; }
+inline void store(int32_t* p, I32x8 a) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), a.v); }
+// Conversions under the current rounding direction, and with truncation; out of range
+// and NaN give -2^31.
+inline I32x8 toInt(F32x8 a) { return {_mm256_cvtps_epi32(a.v)}; }
+inline I32x8 toIntTrunc(F32x8 a) { return {_mm256_cvttps_epi32(a.v)}; }
+inline F32x8 toFloat(I32x8 a) { return {_mm256_cvtepi32_ps(a.v)}; }
+inline F32x8 bits(I32x8 a) { return {_mm256_castsi256_ps(a.v)}; }
+inline I32x8 bits(F32x8 a) { return {_mm256_castps_si256(a.v)}; }
+inline I32x8 splatI(int32_t x) { return {_mm256_set1_epi32(x)}; }
+inline I32x8 operator+(I32x8 a, I32x8 b) { return {_mm256_add_epi32(a.v, b.v)}; }
+inline I32x8 operator-(I32x8 a, I32x8 b) { return {_mm256_sub_epi32(a.v, b.v)}; }
+inline I32x8 operator&(I32x8 a, I32x8 b) { return {_mm256_and_si256(a.v, b.v)}; }
+inline I32x8 operator|(I32x8 a, I32x8 b) { return {_mm256_or_si256(a.v, b.v)}; }
+template <int n> inline I32x8 shiftRightLogical(I32x8 a) { return {_mm256_srli_epi32(a.v, n)}; }
+// Sums of adjacent pairs of a then b: {a0+a1, a2+a3, a4+a5, a6+a7, b0+b1, ..., b6+b7}.
+inline F32x8 pairSums(F32x8 a, F32x8 b) {
+    const __m256 even = _mm256_shuffle_ps(a.v, b.v, _MM_SHUFFLE(2, 0, 2, 0));
+    const __m256 odd = _mm256_shuffle_ps(a.v, b.v, _MM_SHUFFLE(3, 1, 3, 1));
+    const __m256 mixed = _mm256_add_ps(even, odd);  // {a01 a23 b01 b23 | a45 a67 b45 b67}
+    return {_mm256_castpd_ps(_mm256_permute4x64_pd(_mm256_castps_pd(mixed), _MM_SHUFFLE(3, 1, 2, 0)))};
+}
+
+#else  // SSE2: two halves per value
+
+struct F32x8 { __m128 lo, hi; };
+struct F64x4 { __m128d lo, hi; };
+struct I32x8 { __m128i lo, hi; };
+
+#define ZEM_SIMD_PAIR(T, a, b, op) T{op(a.lo, b.lo), op(a.hi, b.hi)}
+#define ZEM_SIMD_ONE(T, a, op) T{op(a.lo), op(a.hi)}
+
+inline __m128 sseSelect(__m128 m, __m128 a, __m128 b) { return _mm_or_ps(_mm_and_ps(m, a), _mm_andnot_ps(m, b)); }
+inline __m128d sseSelect(__m128d m, __m128d a, __m128d b) { return _mm_or_pd(_mm_and_pd(m, a), _mm_andnot_pd(m, b)); }
+
+inline F32x8 load(const float* p) { return {_mm_loadu_ps(p), _mm_loadu_ps(p + 4)}; }
+inline void store(float* p, F32x8 a) { _mm_storeu_ps(p, a.lo); _mm_storeu_ps(p + 4, a.hi); }
+inline F32x8 splat(float x) { return {_mm_set1_ps(x), _mm_set1_ps(x)}; }
+inline F32x8 operator+(F32x8 a, F32x8 b) { return ZEM_SIMD_PAIR(F32x8, a, b, _mm_add_ps); }
+inline F32x8 operator-(F32x8 a, F32x8 b) { return ZEM_SIMD_PAIR(F32x8, a, b, _mm_sub_ps); }
+inline F32x8 operator*(F32x8 a, F32x8 b) { return ZEM_SIMD_PAIR(F32x8, a, b, _mm_mul_ps); }
+inline F32x8 operator/(F32x8 a, F32x8 b) { return ZEM_SIMD_PAIR(F32x8, a, b, _mm_div_ps); }
+inline F32x8 operator&(F32x8 a, F32x8 b) { return ZEM_SIMD_PAIR(F32x8, a, b, _mm_and_ps); }
+inline F32x8 operator|(F32x8 a, F32x8 b) { return ZEM_SIMD_PAIR(F32x8, a, b, _mm_or_ps); }
+inline F32x8 min(F32x8 a, F32x8 b) { return ZEM_SIMD_PAIR(F32x8, a, b, _mm_min_ps); }
+inline F32x8 max(F32x8 a, F32x8 b) { return ZEM_SIMD_PAIR(F32x8, a, b, _mm_max_ps); }
+inline F32x8 sqrt(F32x8 a) { return ZEM_SIMD_ONE(F32x8, a, _mm_sqrt_ps); }
+inline F32x8 rcpApprox(F32x8 a) { return ZEM_SIMD_ONE(F32x8, a, _mm_rcp_ps); }
+inline F32x8 rsqrtApprox(F32x8 a) { return ZEM_SIMD_ONE(F32x8, a, _mm_rsqrt_ps); }
+inline F32x8 lt(F32x8 a, F32x8 b) { return ZEM_SIMD_PAIR(F32x8, a, b, _mm_cmplt_ps); }
+inline F32x8 le(F32x8 a, F32x8 b) { return ZEM_SIMD_PAIR(F32x8, a, b, _mm_cmple_ps); }
+inline F32x8 eq(F32x8 a, F32x8 b) { return ZEM_SIMD_PAIR(F32x8, a, b, _mm_cmpeq_ps); }
+inline F32x8 unordered(F32x8 a, F32x8 b) { return ZEM_SIMD_PAIR(F32x8, a, b, _mm_cmpunord_ps); }
+inline F32x8 select(F32x8 m, F32x8 a, F32x8 b) { return {sseSelect(m.lo, a.lo, b.lo), sseSelect(m.hi, a.hi, b.hi)}; }
+inline int signMask(F32x8 a) { return _mm_movemask_ps(a.lo) | (_mm_movemask_ps(a.hi) << 4); }
+
+inline F64x4 load(const double* p) { return {_mm_loadu_pd(p), _mm_loadu_pd(p + 2)}; }
+inline void store(double* p, F64x4 a) { _mm_storeu_pd(p, a.lo); _mm_storeu_pd(p + 2, a.hi); }
+inline F64x4 splat(double x) { return {_mm_set1_pd(x), _mm_set1_pd(x)}; }
+inline F64x4 operator+(F64x4 a, F64x4 b) { return ZEM_SIMD_PAIR(F64x4, a, b, _mm_add_pd); }
+inline F64x4 operator-(F64x4 a, F64x4 b) { return ZEM_SIMD_PAIR(F64x4, a, b, _mm_sub_pd); }
+inline F64x4 operator*(F64x4 a, F64x4 b) { return ZEM_SIMD_PAIR(F64x4, a, b, _mm_mul_pd); }
+inline F64x4 operator/(F64x4 a, F64x4 b) { return ZEM_SIMD_PAIR(F64x4, a, b, _mm_div_pd); }
+inline F64x4 min(F64x4 a, F64x4 b) { return ZEM_SIMD_PAIR(F64x4, a, b, _mm_min_pd); }
+inline F64x4 max(F64x4 a, F64x4 b) { return ZEM_SIMD_PAIR(F64x4, a, b, _mm_max_pd); }
+inline F64x4 sqrt(F64x4 a) { return ZEM_SIMD_ONE(F64x4, a, _mm_sqrt_pd); }
+inline F64x4 lt(F64x4 a, F64x4 b) { return ZEM_SIMD_PAIR(F64x4, a, b, _mm_cmplt_pd); }
+inline F64x4 eq(F64x4 a, F64x4 b) { return ZEM_SIMD_PAIR(F64x4, a, b, _mm_cmpeq_pd); }
+inline F64x4 select(F64x4 m, F64x4 a, F64x4 b) { return {sseSelect(m.lo, a.lo, b.lo), sseSelect(m.hi, a.hi, b.hi)}; }
+inline int signMask(F64x4 a) { return _mm_movemask_pd(a.lo) | (_mm_movemask_pd(a.hi) << 2); }
+inline F64x4 widen4(const float* p) {
+    const __m128 f = _mm_loadu_ps(p);
+    return {_mm_cvtps_pd(f), _mm_cvtps_pd(_mm_movehl_ps(f, f))};
+}
+
+inline I32x8 loadI(const int32_t* p) {
+    return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)), _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + 4))};
+}
+inline void store(int32_t* p, I32x8 a) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.lo);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p + 4), a.hi);
+}
+inline I32x8 toInt(F32x8 a) { return {_mm_cvtps_epi32(a.lo), _mm_cvtps_epi32(a.hi)}; }
+inline I32x8 toIntTrunc(F32x8 a) { return {_mm_cvttps_epi32(a.lo), _mm_cvttps_epi32(a.hi)}; }
+inline F32x8 toFloat(I32x8 a) { return {_mm_cvtepi32_ps(a.lo), _mm_cvtepi32_ps(a.hi)}; }
+inline F32x8 bits(I32x8 a) { return {_mm_castsi128_ps(a.lo), _mm_castsi128_ps(a.hi)}; }
+inline I32x8 bits(F32x8 a) { return {_mm_castps_si128(a.lo), _mm_castps_si128(a.hi)}; }
+inline I32x8 splatI(int32_t x) { return {_mm_set1_epi32(x), _mm_set1_epi32(x)}; }
+inline I32x8 operator+(I32x8 a, I32x8 b) { return ZEM_SIMD_PAIR(I32x8, a, b, _mm_add_epi32); }
+inline I32x8 operator-(I32x8 a, I32x8 b) { return ZEM_SIMD_PAIR(I32x8, a, b, _mm_sub_epi32); }
+inline I32x8 operator&(I32x8 a, I32x8 b) { return ZEM_SIMD_PAIR(I32x8, a, b, _mm_and_si128); }
+inline I32x8 operator|(I32x8 a, I32x8 b) { return ZEM_SIMD_PAIR(I32x8, a, b, _mm_or_si128); }
+template <int n> inline I32x8 shiftRightLogical(I32x8 a) { return {_mm_srli_epi32(a.lo, n), _mm_srli_epi32(a.hi, n)}; }
+inline __m128 ssePairSums(__m128 lo, __m128 hi) {
+    return _mm_add_ps(_mm_shuffle_ps(lo, hi, _MM_SHUFFLE(2, 0, 2, 0)), _mm_shuffle_ps(lo, hi, _MM_SHUFFLE(3, 1, 3, 1)));
+}
+inline F32x8 pairSums(F32x8 a, F32x8 b) { return {ssePairSums(a.lo, a.hi), ssePairSums(b.lo, b.hi)}; }
+
+#undef ZEM_SIMD_PAIR
+#undef ZEM_SIMD_ONE
+
+#endif
+
+// Lane-count helpers shared by both builds.
+template <class V> struct Lanes;
+template <> struct Lanes<F32x8> { static constexpr int n = 8; using T = float; };
+template <> struct Lanes<F64x4> { static constexpr int n = 4; using T = double; };
+
+template <class T> struct VecOf;
+template <> struct VecOf<float> { using type = F32x8; };
+template <> struct VecOf<double> { using type = F64x4; };
+template <class T> using Vec = typename VecOf<T>::type;
+template <class T> inline constexpr int kLanes = Lanes<Vec<T>>::n;
+
+// Lanes to memory, for reductions that finish in a fixed scalar order.
+template <class V>
+inline void spill(V a, typename Lanes<V>::T* out) { store(out, a); }
+
+}  // namespace zem::simd
