@@ -11,14 +11,11 @@
 
 namespace zem {
 
-inline simd::F32x8 lnPoly(simd::F32x8 x) {
+// ln(m * 2^e) for x whose lanes are all positive normal finite floats.
+inline simd::F32x8 lnPolyNormal(simd::F32x8 x, simd::F32x8 exponentShift) {
     using namespace simd;
     const F32x8 one = splat(1.0f);
-    const F32x8 smallestNormal = splat(0x1p-126f);
-    const F32x8 isSubnormal = lt(x, smallestNormal);
-    const F32x8 xs = select(isSubnormal, x * splat(0x1p23f), x);
-    const F32x8 exponentShift = select(isSubnormal, splat(23.0f), splat(0.0f));
-    const I32x8 b = bits(xs);
+    const I32x8 b = bits(x);
     F32x8 e = toFloat(shiftRightLogical<23>(b) - splatI(126)) - exponentShift;
     F32x8 m = bits((b & splatI(0x007fffff)) | splatI(0x3f000000));  // in [0.5, 1)
     const F32x8 low = lt(m, splat(0.707106781186547524f));
@@ -38,9 +35,20 @@ inline simd::F32x8 lnPoly(simd::F32x8 x) {
     y = y + e * splat(-2.12194440e-4f);
     y = y - z * splat(0.5f);
     F32x8 r = m + y;
-    r = r + e * splat(0.693359375f);
-    const F32x8 zero = splat(0.0f);
+    return r + e * splat(0.693359375f);
+}
+
+inline simd::F32x8 lnPoly(simd::F32x8 x) {
+    using namespace simd;
+    const F32x8 smallestNormal = splat(0x1p-126f);
     const F32x8 inf = splat(__builtin_inff());
+    if (signMask(le(smallestNormal, x) & lt(x, inf)) == 0xff) return lnPolyNormal(x, splat(0.0f));
+    // Subnormals are brought into the normal range first; the special values are
+    // patched in afterwards.
+    const F32x8 isSubnormal = lt(x, smallestNormal);
+    const F32x8 xs = select(isSubnormal, x * splat(0x1p23f), x);
+    F32x8 r = lnPolyNormal(xs, select(isSubnormal, splat(23.0f), splat(0.0f)));
+    const F32x8 zero = splat(0.0f);
     r = select(eq(x, inf), inf, r);
     r = select(eq(x, zero), splat(-__builtin_inff()), r);
     r = select(lt(x, zero), splat(__builtin_nanf("")), r);

@@ -21,10 +21,17 @@ inline ZemStatus logStatusOf(T x) {
     return zemStatusOk;
 }
 
-template <class T>
-ZemStatus firstLogStatus(const T* src, int n) {
-    for (int i = 0; i < n; ++i)
-        if (const ZemStatus s = logStatusOf(src[i]); s != zemStatusOk) return s;
+// The status of the first zero or negative float; a vector pass finds whether there
+// is one at all.
+ZemStatus firstLogStatus(const float* src, int n) {
+    int i = 0;
+    zem::simd::F32x8 bad = zem::simd::splat(0.0f);
+    for (; i + 8 <= n; i += 8) bad = bad | zem::simd::le(zem::simd::load(src + i), zem::simd::splat(0.0f));
+    bool any = zem::simd::signMask(bad) != 0;
+    for (int k = i; k < n; ++k) any |= src[k] <= 0.0f;
+    if (!any) return zemStatusOk;
+    for (int k = 0; k < n; ++k)
+        if (const ZemStatus s = logStatusOf(src[k]); s != zemStatusOk) return s;
     return zemStatusOk;
 }
 

@@ -52,7 +52,7 @@ TEST(Divide32f, MatchesTheBlockRuleAtEveryLengthAndOffset) {
         bool hasZero = false;
         for (float d : den) hasZero = hasZero || d == 0.0f;
         for (size_t off : {size_t{0}, size_t{4}, size_t{12}}) {
-            Buffer<float> d(n, off), u(n, 16 - off % 16), q(n, off / 2);
+            Buffer<float> d(n, off), u(n, 16 - off % 16), q(n, (off + 8) % 16);
             std::copy(den.begin(), den.end(), d.begin());
             std::copy(num.begin(), num.end(), u.begin());
             EXPECT_EQ(ownDiv_32f(d.data(), u.data(), q.data(), n), hasZero ? zemStatusDivideByZeroWarning : zemStatusOk);
