@@ -114,6 +114,24 @@ typedef struct ZemsResampleFixedState_32f ZemsResampleFixedState_32f;
 /* The library's constant version record; never freed, the same pointer every call. */
 ZEMSR_API const ZemLibraryVersion* zemsrGetLibVersion(void);
 
+/* ---- Log-domain arithmetic ------------------------------------------------------- */
+/* srcDst[i] = ln(exp(src[i]) + exp(srcDst[i])); -4500000 (single) and -1e10 (double)
+ * are the floors that stand for a probability of zero. */
+ZEMSR_API ZemStatus zemsLogAdd_32f(const Zem32f* src, Zem32f* srcDst, int len);
+ZEMSR_API ZemStatus zemsLogAdd_64f(const Zem64f* src, Zem64f* srcDst, int len, int hint);
+ZEMSR_API ZemStatus zemsLogAdd_16s_Sfs(const Zem16s* src, Zem16s* srcDst, int len, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogAdd_32s_Sfs(const Zem32s* src, Zem32s* srcDst, int len, int scaleFactor);
+/* srcDst[i] = ln(exp(src[i]) - exp(srcDst[i])); srcDst[i] must be below src[i]. */
+ZEMSR_API ZemStatus zemsLogSub_32f(const Zem32f* src, Zem32f* srcDst, int len);
+ZEMSR_API ZemStatus zemsLogSub_64f(const Zem64f* src, Zem64f* srcDst, int len);
+ZEMSR_API ZemStatus zemsLogSub_16s_Sfs(const Zem16s* src, Zem16s* srcDst, int len, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogSub_32s_Sfs(const Zem32s* src, Zem32s* srcDst, int len, int scaleFactor);
+/* *dst = ln(sum of exp(src[i])). */
+ZEMSR_API ZemStatus zemsLogSum_32f(const Zem32f* src, Zem32f* dst, int len);
+ZEMSR_API ZemStatus zemsLogSum_64f(const Zem64f* src, Zem64f* dst, int len);
+ZEMSR_API ZemStatus zemsLogSum_16s_Sfs(const Zem16s* src, Zem16s* dst, int len, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogSum_32s_Sfs(const Zem32s* src, Zem32s* dst, int len, int scaleFactor);
+
 #ifdef __cplusplus
 }
 #endif

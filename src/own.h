@@ -93,3 +93,10 @@ ZemStatus ownLn_32s_ISfs(Zem32s* srcDst, int len, int scaleFactor);
 // src holds len pairs (re, im).
 ZemStatus ownMagnitude_32fc(const Zem32f* src, Zem32f* dst, int len);
 ZemStatus ownMagnitude_32sc_Sfs(const Zem32s* src, Zem32s* dst, int len, int scaleFactor);
+
+// Log-domain block routines on which the scoring families accumulate: exactly the
+// addition and the sum of the exports without their checks (len of at least 1).
+void ownLogAddBlock_32f(const Zem32f* src, Zem32f* srcDst, int len);
+void ownLogAddBlock_64f(const Zem64f* src, Zem64f* srcDst, int len);
+void ownLogSumBlock_32f(const Zem32f* src, Zem32f* dst, int len);
+void ownLogSumBlock_64f(const Zem64f* src, Zem64f* dst, int len);

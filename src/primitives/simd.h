@@ -59,6 +59,10 @@ inline F64x4 max(F64x4 a, F64x4 b) { return {_mm256_max_pd(a.v, b.v)}; }
 inline F64x4 sqrt(F64x4 a) { return {_mm256_sqrt_pd(a.v)}; }
 inline F64x4 lt(F64x4 a, F64x4 b) { return {_mm256_cmp_pd(a.v, b.v, _CMP_LT_OQ)}; }
 inline F64x4 eq(F64x4 a, F64x4 b) { return {_mm256_cmp_pd(a.v, b.v, _CMP_EQ_OQ)}; }
+inline F64x4 le(F64x4 a, F64x4 b) { return {_mm256_cmp_pd(a.v, b.v, _CMP_LE_OQ)}; }
+inline F64x4 operator&(F64x4 a, F64x4 b) { return {_mm256_and_pd(a.v, b.v)}; }
+// -|a|: the sign bit set.
+inline F64x4 negAbs(F64x4 a) { return {_mm256_or_pd(a.v, _mm256_set1_pd(-0.0))}; }
 inline F64x4 select(F64x4 mask, F64x4 a, F64x4 b) { return {_mm256_blendv_pd(b.v, a.v, mask.v)}; }
 inline int signMask(F64x4 a) { return _mm256_movemask_pd(a.v); }
 // Four floats widened to doubles.
@@ -132,6 +136,9 @@ inline F64x4 max(F64x4 a, F64x4 b) { return ZEM_SIMD_PAIR(F64x4, a, b, _mm_max_p
 inline F64x4 sqrt(F64x4 a) { return ZEM_SIMD_ONE(F64x4, a, _mm_sqrt_pd); }
 inline F64x4 lt(F64x4 a, F64x4 b) { return ZEM_SIMD_PAIR(F64x4, a, b, _mm_cmplt_pd); }
 inline F64x4 eq(F64x4 a, F64x4 b) { return ZEM_SIMD_PAIR(F64x4, a, b, _mm_cmpeq_pd); }
+inline F64x4 le(F64x4 a, F64x4 b) { return ZEM_SIMD_PAIR(F64x4, a, b, _mm_cmple_pd); }
+inline F64x4 operator&(F64x4 a, F64x4 b) { return ZEM_SIMD_PAIR(F64x4, a, b, _mm_and_pd); }
+inline F64x4 negAbs(F64x4 a) { return {_mm_or_pd(a.lo, _mm_set1_pd(-0.0)), _mm_or_pd(a.hi, _mm_set1_pd(-0.0))}; }
 inline F64x4 select(F64x4 m, F64x4 a, F64x4 b) { return {sseSelect(m.lo, a.lo, b.lo), sseSelect(m.hi, a.hi, b.hi)}; }
 inline int signMask(F64x4 a) { return _mm_movemask_pd(a.lo) | (_mm_movemask_pd(a.hi) << 2); }
 inline F64x4 widen4(const float* p) {
@@ -165,6 +172,39 @@ inline F32x8 pairSums(F32x8 a, F32x8 b) { return {ssePairSums(a.lo, a.hi), ssePa
 #undef ZEM_SIMD_PAIR
 #undef ZEM_SIMD_ONE
 
+#endif
+
+// Per-lane choice among three values a, b, c: lanes whose `second` mask is set take b,
+// lanes whose `third` mask is also set take c, the others a.  A coefficient table row
+// holds a, b, c in its first three slots (six for doubles); one choice serves every row.
+#if ZEM_SIMD_AVX2
+struct Choice3 { __m256i index; };
+inline Choice3 choice3(F32x8 second, F32x8 third) {
+    const __m256i s = _mm256_srli_epi32(_mm256_castps_si256(second.v), 31);
+    const __m256i t = _mm256_srli_epi32(_mm256_castps_si256(third.v), 31);
+    return {_mm256_add_epi32(s, t)};
+}
+inline Choice3 choice3(F64x4 second, F64x4 third) {
+    // Each double lane picks the two 32-bit halves 2k and 2k + 1 of entry k.
+    const __m256i s = _mm256_srli_epi32(_mm256_castpd_si256(second.v), 31);
+    const __m256i t = _mm256_srli_epi32(_mm256_castpd_si256(third.v), 31);
+    const __m256i k = _mm256_add_epi32(s, t);
+    return {_mm256_add_epi32(_mm256_add_epi32(k, k), _mm256_set_epi32(1, 0, 1, 0, 1, 0, 1, 0))};
+}
+inline F32x8 pick(const Choice3& c, const float* row) { return {_mm256_permutevar8x32_ps(_mm256_loadu_ps(row), c.index)}; }
+inline F64x4 pick(const Choice3& c, const double* row) {
+    return {_mm256_castps_pd(_mm256_permutevar8x32_ps(_mm256_loadu_ps(reinterpret_cast<const float*>(row)), c.index))};
+}
+#else
+template <class V> struct Choice3Of { V second, third; };
+inline Choice3Of<F32x8> choice3(F32x8 second, F32x8 third) { return {second, third}; }
+inline Choice3Of<F64x4> choice3(F64x4 second, F64x4 third) { return {second, third}; }
+inline F32x8 pick(const Choice3Of<F32x8>& c, const float* row) {
+    return select(c.third, splat(row[2]), select(c.second, splat(row[1]), splat(row[0])));
+}
+inline F64x4 pick(const Choice3Of<F64x4>& c, const double* row) {
+    return select(c.third, splat(row[2]), select(c.second, splat(row[1]), splat(row[0])));
+}
 #endif
 
 // Lane-count helpers shared by both builds.

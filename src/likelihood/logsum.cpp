@@ -1,0 +1,185 @@
+// Log-domain sums: one value, ln of the sum of exp(src[i]).
+//
+// The order of the additions is fixed and decides the rounding:
+// - Zem32f: sequential below 8 elements; otherwise four accumulators over groups of
+//   four, folded as (0 with 2), (1 with 3), then together, and the remaining elements
+//   one by one.
+// - Zem64f: sequential up to 4 elements; otherwise two accumulators over pairs, folded,
+//   and an odd last element alone; polynomials are split into even and odd powers.
+// - Integers: 2 to 6 elements in double with the running value rounded to float after
+//   every step; longer ones in blocks of 128 floats, each later block summed behind the
+//   running result.
+#include <cstdint>
+#include <immintrin.h>
+
+#include "frame/scale.h"
+#include "logcore.h"
+#include "own.h"
+
+namespace simd = zem::simd;
+namespace ld = zem::logdomain;
+
+namespace {
+
+// Lanes 0..3 of a group of four accumulators against four sources, through the group
+// body (the upper lanes repeat them and are ignored).
+inline void accumulate4(float* acc, const float* src) {
+    float a[8], b[8];
+    for (int k = 0; k < 8; ++k) a[k] = acc[k & 3], b[k] = src[k & 3];
+    simd::store(a, ld::addGroup32(simd::load(a), simd::load(b)));
+    for (int k = 0; k < 4; ++k) acc[k] = a[k];
+}
+
+inline void accumulate2(double* acc, const double* src) {
+    double a[4] = {acc[0], acc[1], acc[0], acc[1]}, b[4] = {src[0], src[1], src[0], src[1]};
+    simd::store(a, ld::addGroup64<ld::EvenOdd64>(simd::load(a), simd::load(b)));
+    acc[0] = a[0];
+    acc[1] = a[1];
+}
+
+inline float addGroupOne32(float a, float b) {
+    float x[8] = {a}, y[8] = {b};
+    simd::store(x, ld::addGroup32(simd::load(x), simd::load(y)));
+    return x[0];
+}
+
+inline double addGroupOne64(double a, double b) {
+    double x[4] = {a}, y[4] = {b};
+    simd::store(x, ld::addGroup64<ld::EvenOdd64>(simd::load(x), simd::load(y)));
+    return x[0];
+}
+
+// The short path of the integer sums: double arithmetic with the double-precision
+// coefficients of the single-precision polynomials, the running value rounded to
+// float after every step.
+constexpr double kPolyShort[3][11] = {
+    {-6.780103715801104e-07, -8.27710395983359e-06, -3.1261214564328406e-05, 2.1955075181092877e-05,
+     0.0004062108907165097, 6.910012478334781e-05, -0.005163737400850404, 1.5878560708463796e-05,
+     0.125002818406354, 0.5000001923981635, 0.6931471827215062},
+    {-7.083237702375219e-09, -1.8491608098957698e-07, -2.094649399521823e-06, -1.2793327302109763e-05,
+     -3.4842057389070787e-05, 0.00010764583059022215, 0.0016847989052690858, 0.009582361774741538,
+     0.033592464138937767, 0.07242669818681209, 0.07518323027822499},
+    {6.536044962123068e-12, 3.4510675551141127e-10, 8.230386128280675e-09, 1.183290602139997e-07,
+     1.157908356720776e-06, 8.25762745567427e-06, 4.458031414389642e-05, 0.00018342101716467817,
+     0.0005549481290265323, 0.0011123966452324845, 0.0011131507706311817},
+};
+
+double addShort(double acc, double v) {
+    const double m = acc > v ? acc : v;
+    const double d = -__builtin_fabs(acc - v);
+    if (d < -15.3195879547406) return static_cast<float>(m > -4500000.0 ? m : -4500000.0);
+    const int seg = d > -2.55 ? 0 : (d > -6.8 ? 1 : 2);
+    const double x = seg == 0 ? d : (seg == 1 ? d + 2.55 : d + 6.8);
+    double h = kPolyShort[seg][0];
+    for (int k = 1; k < 10; ++k) h = h * x + kPolyShort[seg][k];
+    return static_cast<float>((m + kPolyShort[seg][10]) + x * h);
+}
+
+template <class T>
+ZemStatus logSumInteger(const T* src, T* dst, int len, int scaleFactor) {
+    if (len < 1) return zemStatusBadSize;
+    if (!src || !dst) return zemStatusNullPointer;
+    if (len == 1) {
+        *dst = src[0];  // as it stands: no scaling, no rounding
+        return zemStatusOk;
+    }
+    constexpr bool k32 = sizeof(T) == 4;
+    constexpr double kMax = k32 ? 2147483647.0 : 32767.0;
+    constexpr double kMin = k32 ? -2147483648.0 : -32768.0;
+    const double s = zem::pow2Neg64f(scaleFactor);
+    if (len <= 6) {
+        double acc = s * src[0];
+        for (int i = 1; i < len; ++i) acc = addShort(acc, s * src[i]);
+        const double v = acc / s;
+        *dst = v > kMax ? static_cast<T>(kMax) : (v < kMin ? static_cast<T>(kMin) : static_cast<T>(_mm_cvttsd_si32(_mm_set_sd(v))));
+        return zemStatusOk;
+    }
+    const float f = static_cast<float>(s);
+    constexpr int kBlock = 128;
+    alignas(32) Zem32f buffer[kBlock + 1];  // slot 0 carries the running result
+    Zem32f result = 0.0f;
+    for (int start = 0; start < len; start += kBlock) {
+        const int n = len - start < kBlock ? len - start : kBlock;
+        if constexpr (k32) ownConvert_32s32f(src + start, buffer + 1, n);
+        else ownConvert_16s32f(src + start, buffer + 1, n);
+        ownMulC_32f_I(f, buffer + 1, n);
+        if (start == 0) {
+            ownLogSumBlock_32f(buffer + 1, &result, n);
+        } else {
+            buffer[0] = result;
+            ownLogSumBlock_32f(buffer, &result, n + 1);
+        }
+    }
+    // The Zem32s limit is the float 2^31 itself: exactly 2^31 passes the test and
+    // converts to -2^31.
+    const float v = static_cast<float>(static_cast<double>(result) / s);
+    constexpr float kMaxF = k32 ? 2147483648.0f : 32767.0f;
+    constexpr float kMinF = k32 ? -2147483648.0f : -32768.0f;
+    *dst = v > kMaxF ? static_cast<T>(kMax) : (v < kMinF ? static_cast<T>(kMin) : static_cast<T>(_mm_cvttss_si32(_mm_set_ss(v))));
+    return zemStatusOk;
+}
+
+}  // namespace
+
+void ownLogSumBlock_32f(const Zem32f* src, Zem32f* dst, int len) {
+    *dst = src[0];
+    if (len == 1) return;
+    float r;
+    int i;
+    if (len < 8) {
+        r = src[0];
+        i = 1;
+    } else {
+        float acc[4] = {src[0], src[1], src[2], src[3]};
+        const int n = len & ~3;
+        for (i = 4; i < n; i += 4) accumulate4(acc, src + i);
+        acc[0] = addGroupOne32(acc[0], acc[2]);
+        acc[1] = addGroupOne32(acc[1], acc[3]);
+        r = addGroupOne32(acc[0], acc[1]);
+    }
+    for (; i < len; ++i) r = ld::addSingle32(r, src[i]);
+    *dst = r;
+}
+
+void ownLogSumBlock_64f(const Zem64f* src, Zem64f* dst, int len) {
+    *dst = src[0];
+    if (len == 1) return;
+    double r;
+    if (len <= 4) {
+        r = src[0];
+        for (int i = 1; i < len; ++i) r = ld::addSingle64<ld::EvenOdd64>(r, src[i]);
+    } else {
+        double acc[2] = {src[0], src[1]};
+        const int n = len & ~1;
+        for (int i = 2; i < n; i += 2) accumulate2(acc, src + i);
+        r = addGroupOne64(acc[1], acc[0]);
+        if (len & 1) r = ld::addSingle64<ld::EvenOdd64>(r, src[len - 1]);
+    }
+    *dst = r;
+}
+
+extern "C" {
+
+ZEMSR_API ZemStatus zemsLogSum_32f(const Zem32f* src, Zem32f* dst, int len) {
+    if (len < 1) return zemStatusBadSize;
+    if (!src || !dst) return zemStatusNullPointer;
+    ownLogSumBlock_32f(src, dst, len);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsLogSum_64f(const Zem64f* src, Zem64f* dst, int len) {
+    if (len < 1) return zemStatusBadSize;
+    if (!src || !dst) return zemStatusNullPointer;
+    ownLogSumBlock_64f(src, dst, len);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsLogSum_16s_Sfs(const Zem16s* src, Zem16s* dst, int len, int scaleFactor) {
+    return logSumInteger(src, dst, len, scaleFactor);
+}
+
+ZEMSR_API ZemStatus zemsLogSum_32s_Sfs(const Zem32s* src, Zem32s* dst, int len, int scaleFactor) {
+    return logSumInteger(src, dst, len, scaleFactor);
+}
+
+}  // extern "C"
