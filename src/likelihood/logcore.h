@@ -66,8 +66,8 @@ inline simd::F32x8 addGroup32(simd::F32x8 a, simd::F32x8 b) {
     const F32x8 m = max(a, b);
     const F32x8 d = min(a, b) - m;
     const F32x8 drop = lt(d, splat(kDrop32));
-    const F32x8 floor = splat(kFloor32);
-    const F32x8 dropped = select(lt(m, floor), floor, m);
+    // max(m, floor) is "floor when m is below it", for every m but NaN.
+    const F32x8 dropped = max(m, splat(kFloor32));
     if (signMask(drop) == 0xff) return dropped;
     const auto seg = choice3(le(d, splat(kLimit1_32)), le(d, splat(kLimit2_32)));
     const F32x8 x = d + pick(seg, kOrigin32);

@@ -21,15 +21,6 @@ namespace ld = zem::logdomain;
 
 namespace {
 
-// Lanes 0..3 of a group of four accumulators against four sources, through the group
-// body (the upper lanes repeat them and are ignored).
-inline void accumulate4(float* acc, const float* src) {
-    float a[8], b[8];
-    for (int k = 0; k < 8; ++k) a[k] = acc[k & 3], b[k] = src[k & 3];
-    simd::store(a, ld::addGroup32(simd::load(a), simd::load(b)));
-    for (int k = 0; k < 4; ++k) acc[k] = a[k];
-}
-
 inline void accumulate2(double* acc, const double* src) {
     double a[4] = {acc[0], acc[1], acc[0], acc[1]}, b[4] = {src[0], src[1], src[0], src[1]};
     simd::store(a, ld::addGroup64<ld::EvenOdd64>(simd::load(a), simd::load(b)));
@@ -130,9 +121,12 @@ void ownLogSumBlock_32f(const Zem32f* src, Zem32f* dst, int len) {
         r = src[0];
         i = 1;
     } else {
-        float acc[4] = {src[0], src[1], src[2], src[3]};
+        // Four accumulators in lanes 0..3; lanes 4..7 repeat them and are ignored.
+        simd::F32x8 lanes = simd::loadTwice4(src);
         const int n = len & ~3;
-        for (i = 4; i < n; i += 4) accumulate4(acc, src + i);
+        for (i = 4; i < n; i += 4) lanes = ld::addGroup32(lanes, simd::loadTwice4(src + i));
+        float acc[8];
+        simd::store(acc, lanes);
         acc[0] = addGroupOne32(acc[0], acc[2]);
         acc[1] = addGroupOne32(acc[1], acc[3]);
         r = addGroupOne32(acc[0], acc[1]);

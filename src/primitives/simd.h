@@ -27,6 +27,8 @@ struct I32x8 { __m256i v; };
 inline F32x8 load(const float* p) { return {_mm256_loadu_ps(p)}; }
 inline void store(float* p, F32x8 a) { _mm256_storeu_ps(p, a.v); }
 inline F32x8 splat(float x) { return {_mm256_set1_ps(x)}; }
+// {p0, p1, p2, p3, p0, p1, p2, p3}
+inline F32x8 loadTwice4(const float* p) { return {_mm256_broadcast_ps(reinterpret_cast<const __m128*>(p))}; }
 inline F32x8 operator+(F32x8 a, F32x8 b) { return {_mm256_add_ps(a.v, b.v)}; }
 inline F32x8 operator-(F32x8 a, F32x8 b) { return {_mm256_sub_ps(a.v, b.v)}; }
 inline F32x8 operator*(F32x8 a, F32x8 b) { return {_mm256_mul_ps(a.v, b.v)}; }
@@ -106,6 +108,7 @@ inline __m128d sseSelect(__m128d m, __m128d a, __m128d b) { return _mm_or_pd(_mm
 inline F32x8 load(const float* p) { return {_mm_loadu_ps(p), _mm_loadu_ps(p + 4)}; }
 inline void store(float* p, F32x8 a) { _mm_storeu_ps(p, a.lo); _mm_storeu_ps(p + 4, a.hi); }
 inline F32x8 splat(float x) { return {_mm_set1_ps(x), _mm_set1_ps(x)}; }
+inline F32x8 loadTwice4(const float* p) { return {_mm_loadu_ps(p), _mm_loadu_ps(p)}; }
 inline F32x8 operator+(F32x8 a, F32x8 b) { return ZEM_SIMD_PAIR(F32x8, a, b, _mm_add_ps); }
 inline F32x8 operator-(F32x8 a, F32x8 b) { return ZEM_SIMD_PAIR(F32x8, a, b, _mm_sub_ps); }
 inline F32x8 operator*(F32x8 a, F32x8 b) { return ZEM_SIMD_PAIR(F32x8, a, b, _mm_mul_ps); }
@@ -180,9 +183,9 @@ inline F32x8 pairSums(F32x8 a, F32x8 b) { return {ssePairSums(a.lo, a.hi), ssePa
 #if ZEM_SIMD_AVX2
 struct Choice3 { __m256i index; };
 inline Choice3 choice3(F32x8 second, F32x8 third) {
-    const __m256i s = _mm256_srli_epi32(_mm256_castps_si256(second.v), 31);
-    const __m256i t = _mm256_srli_epi32(_mm256_castps_si256(third.v), 31);
-    return {_mm256_add_epi32(s, t)};
+    // A set mask is -1 as an integer: 0 - second - third counts the set masks.
+    const __m256i s = _mm256_sub_epi32(_mm256_setzero_si256(), _mm256_castps_si256(second.v));
+    return {_mm256_sub_epi32(s, _mm256_castps_si256(third.v))};
 }
 inline Choice3 choice3(F64x4 second, F64x4 third) {
     // Each double lane picks the two 32-bit halves 2k and 2k + 1 of entry k.
