@@ -40,30 +40,17 @@ inline double addGroupOne64(double a, double b) {
     return x[0];
 }
 
-// The short path of the integer sums: double arithmetic with the double-precision
-// coefficients of the single-precision polynomials, the running value rounded to
+// The short path of the integer sums: double arithmetic, the running value rounded to
 // float after every step.
-constexpr double kPolyShort[3][11] = {
-    {-6.780103715801104e-07, -8.27710395983359e-06, -3.1261214564328406e-05, 2.1955075181092877e-05,
-     0.0004062108907165097, 6.910012478334781e-05, -0.005163737400850404, 1.5878560708463796e-05,
-     0.125002818406354, 0.5000001923981635, 0.6931471827215062},
-    {-7.083237702375219e-09, -1.8491608098957698e-07, -2.094649399521823e-06, -1.2793327302109763e-05,
-     -3.4842057389070787e-05, 0.00010764583059022215, 0.0016847989052690858, 0.009582361774741538,
-     0.033592464138937767, 0.07242669818681209, 0.07518323027822499},
-    {6.536044962123068e-12, 3.4510675551141127e-10, 8.230386128280675e-09, 1.183290602139997e-07,
-     1.157908356720776e-06, 8.25762745567427e-06, 4.458031414389642e-05, 0.00018342101716467817,
-     0.0005549481290265323, 0.0011123966452324845, 0.0011131507706311817},
-};
-
 double addShort(double acc, double v) {
     const double m = acc > v ? acc : v;
     const double d = -__builtin_fabs(acc - v);
     if (d < -15.3195879547406) return static_cast<float>(m > -4500000.0 ? m : -4500000.0);
     const int seg = d > -2.55 ? 0 : (d > -6.8 ? 1 : 2);
     const double x = seg == 0 ? d : (seg == 1 ? d + 2.55 : d + 6.8);
-    double h = kPolyShort[seg][0];
-    for (int k = 1; k < 10; ++k) h = h * x + kPolyShort[seg][k];
-    return static_cast<float>((m + kPolyShort[seg][10]) + x * h);
+    double h = ld::kPolyShort[seg][0];
+    for (int k = 1; k < 10; ++k) h = h * x + ld::kPolyShort[seg][k];
+    return static_cast<float>((m + ld::kPolyShort[seg][10]) + x * h);
 }
 
 template <class T>

