@@ -29,78 +29,62 @@ const Data& data() {
     return d;
 }
 
-void BM_LogAdd32f(benchmark::State& state) {
+// Elementwise addition into a copy of b; the refill is not part of the measurement.
+template <class Add>
+void measureAdd(benchmark::State& state, Add add) {
     std::vector<float> out = data().b;
     for (auto _ : state) {
-        state.PauseTiming();  // the refill is not part of the measurement
+        state.PauseTiming();
         std::copy(data().b.begin(), data().b.end(), out.begin());
         state.ResumeTiming();
-        zemsLogAdd_32f(data().a.data(), out.data(), kN);
+        add(data().a.data(), out.data());
         benchmark::DoNotOptimize(out.data());
     }
     state.SetItemsProcessed(state.iterations() * kN);
+}
+
+// A sum of a, one step after the other.
+template <class Step>
+void measureSequentialSum(benchmark::State& state, Step step) {
+    for (auto _ : state) {
+        const float* a = data().a.data();
+        float r = a[0];
+        for (int i = 1; i < kN; ++i) r = step(r, a[i]);
+        benchmark::DoNotOptimize(r);
+    }
+    state.SetItemsProcessed(state.iterations() * kN);
+}
+
+float libmAdd(float x, float y) { return std::max(x, y) + log1pf(expf(-std::fabs(x - y))); }
+
+void BM_LogAdd32f(benchmark::State& state) {
+    measureAdd(state, [](const float* a, float* out) { zemsLogAdd_32f(a, out, kN); });
 }
 
 void BM_LogAdd32f_LibmLoop(benchmark::State& state) {
-    std::vector<float> out = data().b;
-    for (auto _ : state) {
-        state.PauseTiming();  // the refill is not part of the measurement
-        std::copy(data().b.begin(), data().b.end(), out.begin());
-        state.ResumeTiming();
-        const float* a = data().a.data();
-        for (int i = 0; i < kN; ++i) {
-            const float m = std::max(a[i], out[i]);
-            out[i] = m + log1pf(expf(-std::fabs(a[i] - out[i])));
-        }
-        benchmark::DoNotOptimize(out.data());
-    }
-    state.SetItemsProcessed(state.iterations() * kN);
+    measureAdd(state, [](const float* a, float* out) {
+        for (int i = 0; i < kN; ++i) out[i] = libmAdd(a[i], out[i]);
+    });
 }
 
 void BM_LogAdd32f_ScalarCore(benchmark::State& state) {
-    std::vector<float> out = data().b;
-    for (auto _ : state) {
-        state.PauseTiming();  // the refill is not part of the measurement
-        std::copy(data().b.begin(), data().b.end(), out.begin());
-        state.ResumeTiming();
-        const float* a = data().a.data();
+    measureAdd(state, [](const float* a, float* out) {
         for (int i = 0; i < kN; ++i) out[i] = zem::logdomain::addSingle32(a[i], out[i]);
-        benchmark::DoNotOptimize(out.data());
-    }
-    state.SetItemsProcessed(state.iterations() * kN);
+    });
 }
 
 void BM_LogSum32f(benchmark::State& state) {
-    float r;
     for (auto _ : state) {
+        float r;
         zemsLogSum_32f(data().a.data(), &r, kN);
         benchmark::DoNotOptimize(r);
     }
     state.SetItemsProcessed(state.iterations() * kN);
 }
 
-void BM_LogSum32f_LibmLoop(benchmark::State& state) {
-    for (auto _ : state) {
-        const float* a = data().a.data();
-        float r = a[0];
-        for (int i = 1; i < kN; ++i) {
-            const float m = std::max(r, a[i]);
-            r = m + log1pf(expf(-std::fabs(r - a[i])));
-        }
-        benchmark::DoNotOptimize(r);
-    }
-    state.SetItemsProcessed(state.iterations() * kN);
-}
+void BM_LogSum32f_LibmLoop(benchmark::State& state) { measureSequentialSum(state, libmAdd); }
 
-void BM_LogSum32f_ScalarCore(benchmark::State& state) {
-    for (auto _ : state) {
-        const float* a = data().a.data();
-        float r = a[0];
-        for (int i = 1; i < kN; ++i) r = zem::logdomain::addSingle32(r, a[i]);
-        benchmark::DoNotOptimize(r);
-    }
-    state.SetItemsProcessed(state.iterations() * kN);
-}
+void BM_LogSum32f_ScalarCore(benchmark::State& state) { measureSequentialSum(state, zem::logdomain::addSingle32); }
 
 }  // namespace
 

@@ -31,8 +31,7 @@ void addInGroups(const T* src, T* srcDst, int len, Group group) {
 
 template <class T>
 ZemStatus logAddInteger(const T* src, T* srcDst, int len, int scaleFactor) {
-    if (len < 1) return zemStatusBadSize;
-    if (!src || !srcDst) return zemStatusNullPointer;
+    if (const ZemStatus s = ld::checkArguments(len, src, srcDst); s != zemStatusOk) return s;
     const float factor = static_cast<float>(zem::pow2Neg64f(scaleFactor));
     const int64_t back64 = -static_cast<int64_t>(scaleFactor);
     const int back = static_cast<int>(back64 > INT32_MAX ? INT32_MAX : back64);
@@ -68,15 +67,13 @@ void ownLogAddBlock_64f(const Zem64f* src, Zem64f* srcDst, int len) {
 extern "C" {
 
 ZEMSR_API ZemStatus zemsLogAdd_32f(const Zem32f* src, Zem32f* srcDst, int len) {
-    if (len < 1) return zemStatusBadSize;
-    if (!src || !srcDst) return zemStatusNullPointer;
+    if (const ZemStatus s = ld::checkArguments(len, src, srcDst); s != zemStatusOk) return s;
     ownLogAddBlock_32f(src, srcDst, len);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogAdd_64f(const Zem64f* src, Zem64f* srcDst, int len, int hint) {
-    if (len < 1) return zemStatusBadSize;
-    if (!src || !srcDst) return zemStatusNullPointer;
+    if (const ZemStatus s = ld::checkArguments(len, src, srcDst); s != zemStatusOk) return s;
     // Hints 0, 1 and 2 select nothing; any other value returns success untouched.
     if (hint < 0 || hint > 2) return zemStatusOk;
     ownLogAddBlock_64f(src, srcDst, len);

@@ -7,7 +7,10 @@
 #include <type_traits>
 
 #include "frame/scale.h"
+#include "logcore.h"
 #include "own.h"
+
+namespace ld = zem::logdomain;
 
 namespace {
 
@@ -69,8 +72,7 @@ bool anyOutOfRange(const T* src, const T* srcDst, int len) {
 
 template <class T, class Op>
 ZemStatus logSub(const T* src, T* srcDst, int len, Op op) {
-    if (len < 1) return zemStatusBadSize;
-    if (!src || !srcDst) return zemStatusNullPointer;
+    if (const ZemStatus s = ld::checkArguments(len, src, srcDst); s != zemStatusOk) return s;
     if (anyOutOfRange(src, srcDst, len)) return zemStatusOutOfRange;
     for (int i = 0; i < len; ++i) srcDst[i] = op(src[i], srcDst[i]);
     return zemStatusOk;

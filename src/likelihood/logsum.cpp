@@ -55,8 +55,7 @@ double addShort(double acc, double v) {
 
 template <class T>
 ZemStatus logSumInteger(const T* src, T* dst, int len, int scaleFactor) {
-    if (len < 1) return zemStatusBadSize;
-    if (!src || !dst) return zemStatusNullPointer;
+    if (const ZemStatus s = ld::checkArguments(len, src, dst); s != zemStatusOk) return s;
     if (len == 1) {
         *dst = src[0];  // as it stands: no scaling, no rounding
         return zemStatusOk;
@@ -142,15 +141,13 @@ void ownLogSumBlock_64f(const Zem64f* src, Zem64f* dst, int len) {
 extern "C" {
 
 ZEMSR_API ZemStatus zemsLogSum_32f(const Zem32f* src, Zem32f* dst, int len) {
-    if (len < 1) return zemStatusBadSize;
-    if (!src || !dst) return zemStatusNullPointer;
+    if (const ZemStatus s = ld::checkArguments(len, src, dst); s != zemStatusOk) return s;
     ownLogSumBlock_32f(src, dst, len);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogSum_64f(const Zem64f* src, Zem64f* dst, int len) {
-    if (len < 1) return zemStatusBadSize;
-    if (!src || !dst) return zemStatusNullPointer;
+    if (const ZemStatus s = ld::checkArguments(len, src, dst); s != zemStatusOk) return s;
     ownLogSumBlock_64f(src, dst, len);
     return zemStatusOk;
 }
