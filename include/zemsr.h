@@ -132,6 +132,77 @@ ZEMSR_API ZemStatus zemsLogSum_64f(const Zem64f* src, Zem64f* dst, int len);
 ZEMSR_API ZemStatus zemsLogSum_16s_Sfs(const Zem16s* src, Zem16s* dst, int len, int scaleFactor);
 ZEMSR_API ZemStatus zemsLogSum_32s_Sfs(const Zem32s* src, Zem32s* dst, int len, int scaleFactor);
 
+/* ---- Mahalanobis distances: sum of (x[i] - m[i])^2 * var[i], var an inverse variance - */
+ZEMSR_API ZemStatus zemsMahDistSingle_32f(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int len,
+                                          Zem32f* pResult);
+ZEMSR_API ZemStatus zemsMahDistSingle_64f(const Zem64f* src, const Zem64f* mean, const Zem64f* var, int len,
+                                          Zem64f* pResult);
+ZEMSR_API ZemStatus zemsMahDistSingle_32f64f(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int len,
+                                             Zem64f* pResult);
+ZEMSR_API ZemStatus zemsMahDistSingle_16s32f(const Zem16s* src, const Zem16s* mean, const Zem16s* var, int len,
+                                             Zem32f* pResult);
+ZEMSR_API ZemStatus zemsMahDistSingle_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, const Zem16s* var, int len,
+                                                 Zem32s* pResult, int scaleFactor);
+/* Many frames (rows of src) against one Gaussian. */
+ZEMSR_API ZemStatus zemsMahDist_32f_D2(const Zem32f* src, int step, const Zem32f* mean, const Zem32f* var, int width,
+                                       Zem32f* dst, int height);
+ZEMSR_API ZemStatus zemsMahDist_64f_D2(const Zem64f* src, int step, const Zem64f* mean, const Zem64f* var, int width,
+                                       Zem64f* dst, int height);
+ZEMSR_API ZemStatus zemsMahDist_32f_D2L(const Zem32f* const* srcRows, const Zem32f* mean, const Zem32f* var,
+                                        int width, Zem32f* dst, int height);
+ZEMSR_API ZemStatus zemsMahDist_64f_D2L(const Zem64f* const* srcRows, const Zem64f* mean, const Zem64f* var,
+                                        int width, Zem64f* dst, int height);
+/* One frame against many Gaussians (rows of mean and var). */
+ZEMSR_API ZemStatus zemsMahDistMultiMix_32f_D2(const Zem32f* mean, const Zem32f* var, int step, const Zem32f* src,
+                                               int width, Zem32f* dst, int n);
+ZEMSR_API ZemStatus zemsMahDistMultiMix_64f_D2(const Zem64f* mean, const Zem64f* var, int step, const Zem64f* src,
+                                               int width, Zem64f* dst, int n);
+ZEMSR_API ZemStatus zemsMahDistMultiMix_32f_D2L(const Zem32f* const* meanRows, const Zem32f* const* varRows,
+                                                const Zem32f* src, int width, Zem32f* dst, int n);
+ZEMSR_API ZemStatus zemsMahDistMultiMix_64f_D2L(const Zem64f* const* meanRows, const Zem64f* const* varRows,
+                                                const Zem64f* src, int width, Zem64f* dst, int n);
+
+/* ---- Gaussian selection and output-probability helpers ------------------------------ */
+/* Bit matrices: bit position p of a row is bit 7 - p % 8 of byte p / 8.  The shortlist
+ * fillers toggle (exclusive or) and never clear. */
+ZEMSR_API ZemStatus zemsFillShortlist_Row_1u(const Zem32s* indices, int numBits, int perRow, Zem8u** dstRows,
+                                             int numRows, int rowBytes, int bitOffset);
+ZEMSR_API ZemStatus zemsFillShortlist_RowVar_1u(const Zem32s* indices, const Zem32s* perRowCounts, int numBits,
+                                                Zem8u** dstRows, int numRows, int rowBytes, int bitOffset);
+ZEMSR_API ZemStatus zemsFillShortlist_Column_1u(const Zem32s* indices, int perColumn, Zem8u** dstRows, int numRows,
+                                                int rowBytes, int bitOffset, int numColumns);
+ZEMSR_API ZemStatus zemsFillShortlist_ColumnVar_1u(const Zem32s* indices, const Zem32s* perColumnCounts,
+                                                   Zem8u** dstRows, int numRows, int rowBytes, int bitOffset,
+                                                   int numColumns);
+/* Row r of dst: the inclusive or of table rows indices[r * perRow ...], cut at bitOffset. */
+ZEMSR_API ZemStatus zemsBuildSignTable_8u1u(const Zem32s* indices, int perRow, const Zem8u* const* tableRows,
+                                            int numTableRows, int tableRowBytes, int bitOffset, Zem8u* dst,
+                                            int height, int numBits);
+ZEMSR_API ZemStatus zemsBuildSignTable_Var_8u1u(const Zem32s* indices, const Zem32s* perRowCounts,
+                                                const Zem8u* const* tableRows, int numTableRows, int tableRowBytes,
+                                                int bitOffset, Zem8u* dst, int height, int numBits);
+/* dst[i] = src[i] - det[i] / 2; the in-place forms take det as src: srcDst[i] -= src[i] / 2. */
+ZEMSR_API ZemStatus zemsOutProbPreCalc_32f(const Zem32f* src, const Zem32f* det, Zem32f* dst, int len);
+ZEMSR_API ZemStatus zemsOutProbPreCalc_32f_I(const Zem32f* src, Zem32f* srcDst, int len);
+ZEMSR_API ZemStatus zemsOutProbPreCalc_64f(const Zem64f* src, const Zem64f* det, Zem64f* dst, int len);
+ZEMSR_API ZemStatus zemsOutProbPreCalc_64f_I(const Zem64f* src, Zem64f* srcDst, int len);
+ZEMSR_API ZemStatus zemsOutProbPreCalc_32s(const Zem32s* src, const Zem32s* det, Zem32s* dst, int len);
+ZEMSR_API ZemStatus zemsOutProbPreCalc_32s_I(const Zem32s* src, Zem32s* srcDst, int len);
+/* dst[i] = max(src[i], floor) * scale + add. */
+ZEMSR_API ZemStatus zemsScaleLM_32f(const Zem32f* src, Zem32f* dst, int len, Zem32f floor, Zem32f scale, Zem32f add);
+ZEMSR_API ZemStatus zemsScaleLM_16s32s(const Zem16s* src, Zem32s* dst, int len, Zem16s floor, Zem16s scale,
+                                       Zem32s add);
+/* Block diagonal matrices: one allocation holding a copy of the rows. */
+ZEMSR_API ZemStatus zemsBlockDMatrixInitAlloc_16s(ZemsBlockDMatrix_16s** pMatrix, const Zem16s* const* rows,
+                                                  const Zem32s* blockSizes, int numBlocks);
+ZEMSR_API ZemStatus zemsBlockDMatrixInitAlloc_32f(ZemsBlockDMatrix_32f** pMatrix, const Zem32f* const* rows,
+                                                  const Zem32s* blockSizes, int numBlocks);
+ZEMSR_API ZemStatus zemsBlockDMatrixInitAlloc_64f(ZemsBlockDMatrix_64f** pMatrix, const Zem64f* const* rows,
+                                                  const Zem32s* blockSizes, int numBlocks);
+ZEMSR_API ZemStatus zemsBlockDMatrixFree_16s(ZemsBlockDMatrix_16s* matrix);
+ZEMSR_API ZemStatus zemsBlockDMatrixFree_32f(ZemsBlockDMatrix_32f* matrix);
+ZEMSR_API ZemStatus zemsBlockDMatrixFree_64f(ZemsBlockDMatrix_64f* matrix);
+
 #ifdef __cplusplus
 }
 #endif

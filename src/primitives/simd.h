@@ -210,6 +210,55 @@ inline F64x4 pick(const Choice3Of<F64x4>& c, const double* row) {
 }
 #endif
 
+// The first n (0 <= n <= lanes) elements at p, the other lanes zero; nothing past
+// p + n is read.
+#if ZEM_SIMD_AVX2
+inline __m256i firstLanesMask32(int n) {
+    return _mm256_cmpgt_epi32(_mm256_set1_epi32(n), _mm256_set_epi32(7, 6, 5, 4, 3, 2, 1, 0));
+}
+inline F32x8 loadFirst(const float* p, int n) { return {_mm256_maskload_ps(p, firstLanesMask32(n))}; }
+inline F64x4 loadFirst(const double* p, int n) {
+    return {_mm256_maskload_pd(p, _mm256_cmpgt_epi64(_mm256_set1_epi64x(n), _mm256_set_epi64x(3, 2, 1, 0)))};
+}
+// Lane sums of one value in the tree ((l0 + l1) + (l2 + l3)) + ((l4 + l5) + (l6 + l7)),
+// four values at once: out[k] is the tree of vk.
+inline void sumTree4(F32x8 v0, F32x8 v1, F32x8 v2, F32x8 v3, float* out) {
+    const __m256 h = _mm256_hadd_ps(_mm256_hadd_ps(v0.v, v1.v), _mm256_hadd_ps(v2.v, v3.v));
+    _mm_storeu_ps(out, _mm_add_ps(_mm256_castps256_ps128(h), _mm256_extractf128_ps(h, 1)));
+}
+// (l0 + l1) + (l2 + l3) of two values.
+inline void sumTree2(F64x4 v0, F64x4 v1, double* out) {
+    const __m256d h = _mm256_hadd_pd(v0.v, v1.v);
+    _mm_storeu_pd(out, _mm_add_pd(_mm256_castpd256_pd128(h), _mm256_extractf128_pd(h, 1)));
+}
+#else
+inline F32x8 loadFirst(const float* p, int n) {
+    float lanes[8] = {};
+    for (int k = 0; k < n; ++k) lanes[k] = p[k];
+    return load(lanes);
+}
+inline F64x4 loadFirst(const double* p, int n) {
+    double lanes[4] = {};
+    for (int k = 0; k < n; ++k) lanes[k] = p[k];
+    return load(lanes);
+}
+inline void sumTree4(F32x8 v0, F32x8 v1, F32x8 v2, F32x8 v3, float* out) {
+    const F32x8 v[4] = {v0, v1, v2, v3};
+    for (int k = 0; k < 4; ++k) {
+        float l[8];
+        store(l, v[k]);
+        out[k] = ((l[0] + l[1]) + (l[2] + l[3])) + ((l[4] + l[5]) + (l[6] + l[7]));
+    }
+}
+inline void sumTree2(F64x4 v0, F64x4 v1, double* out) {
+    double a[4], b[4];
+    store(a, v0);
+    store(b, v1);
+    out[0] = (a[0] + a[1]) + (a[2] + a[3]);
+    out[1] = (b[0] + b[1]) + (b[2] + b[3]);
+}
+#endif
+
 // Lane-count helpers shared by both builds.
 template <class V> struct Lanes;
 template <> struct Lanes<F32x8> { static constexpr int n = 8; using T = float; };
