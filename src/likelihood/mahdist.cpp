@@ -18,32 +18,43 @@ namespace simd = zem::simd;
 
 namespace {
 
-// R rows; in "frames" blocks the frame changes with the row and mean and var are
-// shared, in "mixture" blocks one frame meets a mean and a var per row.
-template <class T, int R, bool kFrames>
-void distanceRows(const T* const* x, const T* const* m, const T* const* w, int width, T* out) {
+template <class T, bool kPartial>
+[[gnu::always_inline]] inline simd::Vec<T> loadAt(const T* p, int n) {
+    if constexpr (kPartial) return simd::loadFirst(p, n);
+    else return simd::load(p);
+}
+
+// One step of L elements (or the last n, zero padded) for R rows: in "frames" blocks
+// the frame changes with the row and mean and var are shared, in "mixture" blocks one
+// frame meets a mean and a var per row.
+template <class T, int R, bool kFrames, bool kPartial>
+[[gnu::always_inline]] inline void distanceStep(simd::Vec<T> (&acc)[R], const T* const* x, const T* const* m,
+                                                const T* const* w, int i, int n) {
     using V = simd::Vec<T>;
-    constexpr int L = simd::kLanes<T>;
-    V acc[R];
-    for (auto& a : acc) a = simd::splat(T(0));
-    auto step = [&](auto loadAt) {
-        if constexpr (kFrames) {
-            const V mv = loadAt(m[0]), wv = loadAt(w[0]);
-            for (int r = 0; r < R; ++r) {
-                const V t = loadAt(x[r]) - mv;
-                acc[r] = acc[r] + t * t * wv;
-            }
-        } else {
-            const V xv = loadAt(x[0]);
-            for (int r = 0; r < R; ++r) {
-                const V t = xv - loadAt(m[r]);
-                acc[r] = acc[r] + t * t * loadAt(w[r]);
-            }
+    if constexpr (kFrames) {
+        const V mv = loadAt<T, kPartial>(m[0] + i, n), wv = loadAt<T, kPartial>(w[0] + i, n);
+        for (int r = 0; r < R; ++r) {
+            const V t = loadAt<T, kPartial>(x[r] + i, n) - mv;
+            acc[r] = acc[r] + t * t * wv;
         }
-    };
+    } else {
+        const V xv = loadAt<T, kPartial>(x[0] + i, n);
+        for (int r = 0; r < R; ++r) {
+            const V t = xv - loadAt<T, kPartial>(m[r] + i, n);
+            acc[r] = acc[r] + t * t * loadAt<T, kPartial>(w[r] + i, n);
+        }
+    }
+}
+
+template <class T, int R, bool kFrames>
+[[gnu::always_inline]] inline void distanceRows(const T* const* x, const T* const* m, const T* const* w, int width,
+                                                T* out) {
+    constexpr int L = simd::kLanes<T>;
+    simd::Vec<T> acc[R];
+    for (int r = 0; r < R; ++r) acc[r] = simd::splat(T(0));
     int i = 0;
-    for (; i + L <= width; i += L) step([i](const T* p) { return simd::load(p + i); });
-    if (i < width) step([i, n = width - i](const T* p) { return simd::loadFirst(p + i, n); });
+    for (; i + L <= width; i += L) distanceStep<T, R, kFrames, false>(acc, x, m, w, i, L);
+    if (i < width) distanceStep<T, R, kFrames, true>(acc, x, m, w, i, width - i);
     if constexpr (sizeof(T) == 4) {
         float sums[4];
         if constexpr (R == 4) simd::sumTree4(acc[0], acc[1], acc[2], acc[3], sums);
