@@ -5,6 +5,7 @@
 
 #include "blockdmatrix.h"
 #include "frame/carve.h"
+#include "frame/check.h"
 #include "zemcore.h"
 
 namespace {
@@ -40,8 +41,7 @@ ZemStatus initAlloc(Record** pMatrix, const T* const* rows, const Zem32s* blockS
         if (blockSizes[b] < 1) return zemStatusBadSize;
         order += blockSizes[b];
     }
-    for (int64_t r = 0; r < order; ++r)
-        if (!rows[r]) return zemStatusNullPointer;
+    if (zem::anyNullRow(rows, order)) return zemStatusNullPointer;
     const uint32_t reserved = reservedBytes(blockSizes, numBlocks, order, sizeof(T));
     // A reservation that wrapped around 32 bits cannot hold the layout: it is refused
     // as memory that cannot be had.

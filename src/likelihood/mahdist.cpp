@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "frame/align.h"
+#include "frame/check.h"
 #include "frame/scale.h"
 #include "gauss16.h"
 #include "own.h"
@@ -154,13 +155,6 @@ ZemStatus checkSingle(const T* src, const T* mean, const T* var, const void* res
 }
 
 template <class T>
-bool anyRowNull(const T* const* rows, int count) {
-    for (int r = 0; r < count; ++r)
-        if (!rows[r]) return true;
-    return false;
-}
-
-template <class T>
 ZemStatus frames_D2(const T* src, int step, const T* mean, const T* var, int width, T* dst, int height) {
     if (width > step) return zemStatusBadStride;
     if (!src || !mean || !var || !dst) return zemStatusNullPointer;
@@ -175,7 +169,7 @@ template <class T>
 ZemStatus frames_D2L(const T* const* srcRows, const T* mean, const T* var, int width, T* dst, int height) {
     if (!srcRows || !mean || !var || !dst) return zemStatusNullPointer;
     if (width < 1 || height < 1) return zemStatusBadSize;
-    if (anyRowNull(srcRows, height)) return zemStatusNullPointer;
+    if (zem::anyNullRow(srcRows, height)) return zemStatusNullPointer;
     distanceBlock<T, true>(mean, var, width, dst, height,
                            [&](int f) { return std::pair<const T*, const T*>{srcRows[f], nullptr}; });
     return zemStatusOk;
@@ -197,7 +191,7 @@ template <class T>
 ZemStatus mixture_D2L(const T* const* meanRows, const T* const* varRows, const T* src, int width, T* dst, int n) {
     if (!meanRows || !varRows || !src || !dst) return zemStatusNullPointer;
     if (width < 1 || n < 1) return zemStatusBadSize;
-    if (anyRowNull(meanRows, n) || anyRowNull(varRows, n)) return zemStatusNullPointer;
+    if (zem::anyNullRow(meanRows, n) || zem::anyNullRow(varRows, n)) return zemStatusNullPointer;
     distanceBlock<T, false>(src, nullptr, width, dst, n,
                             [&](int g) { return std::pair<const T*, const T*>{meanRows[g], varRows[g]}; });
     return zemStatusOk;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "frame/check.h"
 #include "zemsr.h"
 
 namespace {
@@ -30,12 +31,6 @@ int64_t totalOfCounts(const Zem32s* counts, int n) {
         total += counts[i];
     }
     return total;
-}
-
-bool anyRowNull(Zem8u* const* rows, int n) {
-    for (int r = 0; r < n; ++r)
-        if (!rows[r]) return true;
-    return false;
 }
 
 // Toggles, for each row r, the bits bitOffset + index of its run of indices.
@@ -105,7 +100,7 @@ ZEMSR_API ZemStatus zemsFillShortlist_Row_1u(const Zem32s* indices, int numBits,
     if (numRows < 1 || numBits < 1 || rowBytes < 1 || perRow < 1 || bitOffset < 0) return zemStatusBadSize;
     if (rowBytes < bytesFor(numBits, bitOffset)) return zemStatusBadStride;
     if (anyOutside(indices, int64_t{perRow} * numRows, numBits)) return zemStatusBadArg;
-    if (anyRowNull(dstRows, numRows)) return zemStatusNullPointer;
+    if (zem::anyNullRow(dstRows, numRows)) return zemStatusNullPointer;
     toggleRows(indices, nullptr, perRow, dstRows, numRows, bitOffset);
     return zemStatusOk;
 }
@@ -118,7 +113,7 @@ ZEMSR_API ZemStatus zemsFillShortlist_RowVar_1u(const Zem32s* indices, const Zem
     if (total < 0) return zemStatusBadSize;
     if (rowBytes < bytesFor(numBits, bitOffset)) return zemStatusBadStride;
     if (anyOutside(indices, total, numBits)) return zemStatusBadArg;
-    if (anyRowNull(dstRows, numRows)) return zemStatusNullPointer;
+    if (zem::anyNullRow(dstRows, numRows)) return zemStatusNullPointer;
     toggleRows(indices, perRowCounts, 0, dstRows, numRows, bitOffset);
     return zemStatusOk;
 }
@@ -129,7 +124,7 @@ ZEMSR_API ZemStatus zemsFillShortlist_Column_1u(const Zem32s* indices, int perCo
     if (numRows < 1 || numColumns < 1 || rowBytes < 1 || perColumn < 1 || bitOffset < 0) return zemStatusBadSize;
     if (rowBytes < bytesFor(numColumns, bitOffset)) return zemStatusBadStride;
     if (anyOutside(indices, int64_t{perColumn} * numColumns, numRows)) return zemStatusBadArg;
-    if (anyRowNull(dstRows, numRows)) return zemStatusNullPointer;
+    if (zem::anyNullRow(dstRows, numRows)) return zemStatusNullPointer;
     toggleColumns(indices, nullptr, perColumn, dstRows, numColumns, bitOffset);
     return zemStatusOk;
 }
@@ -144,7 +139,7 @@ ZEMSR_API ZemStatus zemsFillShortlist_ColumnVar_1u(const Zem32s* indices, const 
     const int64_t total = totalOfCounts(perColumnCounts, numColumns);
     if (total < 0) return zemStatusBadSize;
     if (anyOutside(indices, total, numRows)) return zemStatusBadArg;
-    if (anyRowNull(dstRows, numRows)) return zemStatusNullPointer;
+    if (zem::anyNullRow(dstRows, numRows)) return zemStatusNullPointer;
     toggleColumns(indices, perColumnCounts, 0, dstRows, numColumns, bitOffset);
     return zemStatusOk;
 }
