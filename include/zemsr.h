@@ -132,6 +132,64 @@ ZEMSR_API ZemStatus zemsLogSum_64f(const Zem64f* src, Zem64f* dst, int len);
 ZEMSR_API ZemStatus zemsLogSum_16s_Sfs(const Zem16s* src, Zem16s* dst, int len, int scaleFactor);
 ZEMSR_API ZemStatus zemsLogSum_32s_Sfs(const Zem32s* src, Zem32s* dst, int len, int scaleFactor);
 
+/* ---- Single-frame Gaussian scores: val - 0.5 * sum of (x[i] - m[i])^2 * w[i] ----------- */
+/* w is an inverse variance; IdVar forms have w = 1, DirectVar forms divide by a variance,
+ * BlockDVar forms take a block diagonal precision matrix. */
+ZEMSR_API ZemStatus zemsLogGaussSingle_32f(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int len,
+                                           Zem32f* pResult, Zem32f val);
+ZEMSR_API ZemStatus zemsLogGaussSingle_64f(const Zem64f* src, const Zem64f* mean, const Zem64f* var, int len,
+                                           Zem64f* pResult, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussSingle_32f64f(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int len,
+                                              Zem64f* pResult, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussSingle_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, const Zem16s* var, int len,
+                                                  Zem32s* pResult, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussSingle_Scaled_16s32f(const Zem16s* src, const Zem16s* mean, const Zem16s* var,
+                                                     int len, Zem32f* pResult, Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussSingle_Low_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, const Zem16s* var,
+                                                      int len, Zem32s* pResult, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussSingle_LowScaled_16s32f(const Zem16s* src, const Zem16s* mean, const Zem16s* var,
+                                                        int len, Zem32f* pResult, Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussSingle_IdVar_32f(const Zem32f* src, const Zem32f* mean, int len, Zem32f* pResult,
+                                                 Zem32f val);
+ZEMSR_API ZemStatus zemsLogGaussSingle_IdVar_64f(const Zem64f* src, const Zem64f* mean, int len, Zem64f* pResult,
+                                                 Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussSingle_IdVar_32f64f(const Zem32f* src, const Zem32f* mean, int len, Zem64f* pResult,
+                                                    Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussSingle_IdVar_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, int len,
+                                                        Zem32s* pResult, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussSingle_IdVarScaled_16s32f(const Zem16s* src, const Zem16s* mean, int len,
+                                                          Zem32f* pResult, Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussSingle_IdVarLow_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, int len,
+                                                           Zem32s* pResult, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussSingle_IdVarLowScaled_16s32f(const Zem16s* src, const Zem16s* mean, int len,
+                                                             Zem32f* pResult, Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVar_32f(const Zem32f* src, const Zem32f* mean, const Zem32f* var,
+                                                     int len, Zem32f* pResult, Zem32f val);
+ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVar_64f(const Zem64f* src, const Zem64f* mean, const Zem64f* var,
+                                                     int len, Zem64f* pResult, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVar_32f64f(const Zem32f* src, const Zem32f* mean, const Zem32f* var,
+                                                        int len, Zem64f* pResult, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVar_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, const Zem16s* var,
+                                                            int len, Zem32s* pResult, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVarScaled_16s32f(const Zem16s* src, const Zem16s* mean,
+                                                              const Zem16s* var, int len, Zem32f* pResult, Zem32f val,
+                                                              int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVar_32f(const Zem32f* src, const Zem32f* mean,
+                                                     const ZemsBlockDMatrix_32f* matrix, int len, Zem32f* pResult,
+                                                     Zem32f val);
+ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVar_64f(const Zem64f* src, const Zem64f* mean,
+                                                     const ZemsBlockDMatrix_64f* matrix, int len, Zem64f* pResult,
+                                                     Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVar_32f64f(const Zem32f* src, const Zem32f* mean,
+                                                        const ZemsBlockDMatrix_32f* matrix, int len, Zem64f* pResult,
+                                                        Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVar_16s32s_Sfs(const Zem16s* src, const Zem16s* mean,
+                                                            const ZemsBlockDMatrix_16s* matrix, int len,
+                                                            Zem32s* pResult, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVarScaled_16s32f(const Zem16s* src, const Zem16s* mean,
+                                                              const ZemsBlockDMatrix_16s* matrix, int len,
+                                                              Zem32f* pResult, Zem32f val, int scaleFactor);
+
 /* ---- Mahalanobis distances: sum of (x[i] - m[i])^2 * var[i], var an inverse variance - */
 ZEMSR_API ZemStatus zemsMahDistSingle_32f(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int len,
                                           Zem32f* pResult);

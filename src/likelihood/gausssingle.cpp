@@ -1,0 +1,343 @@
+// Single-frame Gaussian scores: val - 0.5 * sum of (x[i] - m[i])^2 * w[i], one frame
+// against one Gaussian, in every type and pipeline.  Checks, the same in all: null
+// pointers, then a length below 1, then (forms with scratch) memory.
+#include <cstdint>
+#include <immintrin.h>
+
+#include "frame/check.h"
+#include "frame/scale.h"
+#include "gauss16.h"
+#include "gaussfloat.h"
+#include "own.h"
+#include "zemcore.h"
+
+namespace g16 = zem::gauss16;
+namespace gf = zem::gaussfloat;
+
+namespace {
+
+template <class... P>
+ZemStatus checkScore(int len, const P*... p) {
+    if (zem::anyNull(p...)) return zemStatusNullPointer;
+    if (len < 1) return zemStatusBadSize;
+    return zemStatusOk;
+}
+
+// 2 to the power n (n >= 0) from an integer shift, the count held to 63.
+inline float shiftedOne(int64_t n) { return static_cast<float>(uint64_t{1} << (n > 63 ? 63 : n)); }
+
+inline int clampedInt(int64_t v) { return static_cast<int>(v > INT32_MAX ? INT32_MAX : (v < INT32_MIN ? INT32_MIN : v)); }
+
+// Result rule 1: halve, scale by a power of two built from the low 6 bits of |sf|,
+// subtract from val, clamp to [-2^31, 2^31] and round; 2^31 converts to -2^31.
+Zem32s resultRule1(float s, Zem32s val, int sf) {
+    s = s * 0.5f;
+    const uint32_t magnitude = sf < 0 ? 0u - static_cast<uint32_t>(sf) : static_cast<uint32_t>(sf);
+    const float p = shiftedOne(magnitude & 63u);
+    s = sf >= 0 ? s / p : s * p;
+    return zem::roundScoreToInt32(static_cast<float>(val) - s);
+}
+
+// Result rule 2: val - s * 2^-(sf + 1).
+float resultRule2(float s, float val, int sf) {
+    return val - s * zem::pow2Neg32f(clampedInt(static_cast<int64_t>(sf) + 1));
+}
+
+// Pipeline D: the Low integer sum for sf >= 0; t is the (negative) wrapped sum of the
+// halved, scaled squares.  Leftovers also take the saturated difference.
+int32_t lowSum(const Zem16s* x, const Zem16s* m, const Zem16s* var, int len, int sf) {
+    int32_t laneHi[4], laneLo[4];
+    int i = g16::lowGroupLanes(x, m, var, len, laneHi, laneLo);
+    const g16::LowShifts shifts = g16::lowShifts(sf);
+    int32_t t = 0;
+    for (int j = 0; j < 4; ++j) t = g16::wrapAdd(t, shifts.apply(laneHi[j], laneLo[j]));
+    if (len - i >= 4) t = g16::wrapSub(t, g16::lowRunContribution(x, m, var, i, 4, shifts)), i += 4;
+    if (len - i >= 2) t = g16::wrapSub(t, g16::lowRunContribution(x, m, var, i, 2, shifts)), i += 2;
+    if (i < len) {
+        const g16::LowParts p = g16::splitSquare(g16::saturatedDifference(x[i], m[i]), var[i]);
+        t = g16::wrapSub(t, shifts.apply(p.hi, p.lo));
+    }
+    return t;
+}
+
+// Pipeline F: the Low lanes with var = 1 in three regimes of sf.  The last single
+// element: for sf < 0 the unsaturated square in 64 bits, its low 32 bits halved and
+// shifted left as one term; otherwise the hi/lo split of a difference that wraps in 16 bits.
+int32_t lowIdentitySum(const Zem16s* x, const Zem16s* m, int len, int sf) {
+    int32_t laneHi[4], laneLo[4];
+    int i = g16::lowGroupLanes(x, m, nullptr, len, laneHi, laneLo);
+    const g16::LowShifts shifts = g16::lowShifts(sf);
+    int32_t t = 0;
+    for (int j = 0; j < 4; ++j) t = g16::wrapAdd(t, shifts.apply(laneHi[j], laneLo[j]));
+    if (len - i >= 4) t = g16::wrapSub(t, g16::lowRunContribution(x, m, nullptr, i, 4, shifts)), i += 4;
+    if (len - i >= 2) t = g16::wrapSub(t, g16::lowRunContribution(x, m, nullptr, i, 2, shifts)), i += 2;
+    if (i < len) {
+        if (sf < 0) {
+            const int64_t e = int64_t{x[i]} - int64_t{m[i]};
+            const int32_t low = static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(e * e)));
+            t = g16::wrapSub(t, g16::shiftLeft(low >> 1, shifts.loLeft));
+        } else {
+            const int32_t d = static_cast<Zem16s>(static_cast<uint16_t>(x[i] - m[i]));
+            const g16::LowParts p = g16::splitSquare(d, 1);
+            t = g16::wrapSub(t, shifts.apply(p.hi, p.lo));
+        }
+    }
+    return t;
+}
+
+// Pair sums of saturated squares as 32-bit values that wrap.
+inline int32_t pairSquares(const Zem16s* x, const Zem16s* m, int p) {
+    const int32_t a = g16::saturatedDifference(x[p], m[p]), b = g16::saturatedDifference(x[p + 1], m[p + 1]);
+    return g16::wrapAdd(a * a, b * b);
+}
+
+// Pipeline E: squares summed exactly, pairs of a group as wrapped 32-bit values widened
+// to 64 bits, leftovers one at a time through the saturated difference.
+int64_t identitySquares64(const Zem16s* x, const Zem16s* m, int len) {
+    int64_t sum = 0;
+    int i = 0;
+    for (; i + 8 <= len; i += 8)
+        for (int p = i; p < i + 8; p += 2) sum += pairSquares(x, m, p);
+    for (; i < len; ++i) {
+        const int64_t d = g16::saturatedDifference(x[i], m[i]);
+        sum += d * d;
+    }
+    return sum;
+}
+
+// Pipeline G: four float lanes less the pair sums of groups of 8, then of runs of 4 and
+// 2; a last single element adds its exact square in 64 bits to lane 0.
+float identityLanesFloat(const Zem16s* x, const Zem16s* m, int len) {
+    float lane[4] = {0, 0, 0, 0};
+    int i = 0;
+    for (; i + 8 <= len; i += 8)
+        for (int j = 0; j < 4; ++j) lane[j] -= static_cast<float>(pairSquares(x, m, i + 2 * j));
+    for (int run : {4, 2})
+        if (len - i >= run) {
+            for (int j = 0; j < run / 2; ++j) lane[j] -= static_cast<float>(pairSquares(x, m, i + 2 * j));
+            i += run;
+        }
+    if (i < len) {
+        const int64_t e = int64_t{x[i]} - int64_t{m[i]};
+        lane[0] -= static_cast<float>(e * e);
+    }
+    return (lane[0] + lane[2]) + (lane[1] + lane[3]);
+}
+
+// Scratch of `blocks` float blocks of len elements, released on every path.
+class FloatScratch {
+public:
+    FloatScratch(int blocks, int len) : base_(ownMalloc_32f(blocks * len)), len_(len) {}
+    ~FloatScratch() { ownFree(base_); }
+    FloatScratch(const FloatScratch&) = delete;
+    FloatScratch& operator=(const FloatScratch&) = delete;
+    bool ok() const { return base_ != nullptr; }
+    float* block(int k) const { return base_ + static_cast<int64_t>(k) * len_; }
+
+private:
+    float* base_;
+    int len_;
+};
+
+// 1 / var into `out`: a block of ones divided in place by the division primitive, whose
+// zero rule and warning stand.
+ZemStatus reciprocals(const float* var, float* out, int len) {
+    ownSet_32f(1.0f, out, len);
+    return ownDiv_32f(var, out, out, len);
+}
+
+}  // namespace
+
+extern "C" {
+
+// ---- Floating point ----------------------------------------------------------------
+ZEMSR_API ZemStatus zemsLogGaussSingle_32f(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int len,
+                                           Zem32f* pResult, Zem32f val) {
+    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
+    *pResult = gf::pipelineA(src, mean, var, len, val);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsLogGaussSingle_IdVar_32f(const Zem32f* src, const Zem32f* mean, int len, Zem32f* pResult,
+                                                 Zem32f val) {
+    if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
+    *pResult = gf::pipelineA(src, mean, nullptr, len, val);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsLogGaussSingle_64f(const Zem64f* src, const Zem64f* mean, const Zem64f* var, int len,
+                                           Zem64f* pResult, Zem64f val) {
+    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
+    *pResult = gf::pipelineB<gf::Weight::Multiply>(src, mean, var, len, val);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsLogGaussSingle_32f64f(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int len,
+                                              Zem64f* pResult, Zem64f val) {
+    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
+    *pResult = gf::pipelineB<gf::Weight::Multiply>(src, mean, var, len, val);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsLogGaussSingle_IdVar_64f(const Zem64f* src, const Zem64f* mean, int len, Zem64f* pResult,
+                                                 Zem64f val) {
+    if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
+    *pResult = gf::pipelineB<gf::Weight::One, Zem64f>(src, mean, nullptr, len, val);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsLogGaussSingle_IdVar_32f64f(const Zem32f* src, const Zem32f* mean, int len, Zem64f* pResult,
+                                                    Zem64f val) {
+    if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
+    *pResult = gf::pipelineB<gf::Weight::One, Zem32f>(src, mean, nullptr, len, val);
+    return zemStatusOk;
+}
+
+// ---- Variances given directly ----------------------------------------------------------
+ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVar_32f(const Zem32f* src, const Zem32f* mean, const Zem32f* var,
+                                                     int len, Zem32f* pResult, Zem32f val) {
+    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
+    FloatScratch scratch(1, len);
+    if (!scratch.ok()) return zemStatusNoMemory;
+    const ZemStatus status = reciprocals(var, scratch.block(0), len);
+    *pResult = gf::pipelineA(src, mean, scratch.block(0), len, val);
+    return status;
+}
+
+// Divides inside the sum; a zero variance goes through as an infinity or NaN.
+ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVar_64f(const Zem64f* src, const Zem64f* mean, const Zem64f* var,
+                                                     int len, Zem64f* pResult, Zem64f val) {
+    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
+    *pResult = gf::pipelineB<gf::Weight::Divide>(src, mean, var, len, val);
+    return zemStatusOk;
+}
+
+// Element by element through the double division primitive; a zero variance returns
+// its warning at once, with nothing stored.
+ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVar_32f64f(const Zem32f* src, const Zem32f* mean, const Zem32f* var,
+                                                        int len, Zem64f* pResult, Zem64f val) {
+    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
+    double acc = 0.0;
+    for (int i = 0; i < len; ++i) {
+        const double t = static_cast<double>(src[i]) - static_cast<double>(mean[i]);
+        const double q = t * t, v = var[i];
+        double quotient;
+        if (const ZemStatus s = ownDiv_64f(&v, &q, &quotient, 1); s != zemStatusOk) return s;
+        acc += quotient;
+    }
+    *pResult = val - acc * 0.5;
+    return zemStatusOk;
+}
+
+// Pipeline H: float blocks, reciprocals by the division primitive, the distance sum,
+// rounded with the scale factor plus one and subtracted from val in 64 bits.
+ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVar_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, const Zem16s* var,
+                                                            int len, Zem32s* pResult, Zem32s val, int scaleFactor) {
+    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
+    FloatScratch scratch(4, len);
+    if (!scratch.ok()) return zemStatusNoMemory;
+    float *varF = scratch.block(0), *meanF = scratch.block(1), *srcF = scratch.block(2), *w = scratch.block(3);
+    ownConvert_16s32f(var, varF, len);
+    ownConvert_16s32f(mean, meanF, len);
+    ownConvert_16s32f(src, srcF, len);
+    const ZemStatus status = reciprocals(varF, w, len);
+    float s;
+    zemsMahDistSingle_32f(srcF, meanF, w, len, &s);
+    Zem32s v;
+    ownConvert_32f32s_Sfs(&s, &v, 1, 1, clampedInt(static_cast<int64_t>(scaleFactor) + 1));
+    *pResult = zem::saturate32(int64_t{val} - int64_t{v});
+    return status;
+}
+
+// Pipeline K on float reciprocals, result rule 3: val - (s * 0.5) * 2^-sf.
+ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVarScaled_16s32f(const Zem16s* src, const Zem16s* mean,
+                                                              const Zem16s* var, int len, Zem32f* pResult, Zem32f val,
+                                                              int scaleFactor) {
+    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
+    FloatScratch scratch(2, len);
+    if (!scratch.ok()) return zemStatusNoMemory;
+    ownConvert_16s32f(var, scratch.block(0), len);
+    const ZemStatus status = reciprocals(scratch.block(0), scratch.block(1), len);
+    const float s = g16::sumGroupsOf8(src, mean, static_cast<const float*>(scratch.block(1)), len);
+    *pResult = val - (s * 0.5f) * zem::pow2Neg32f(scaleFactor);
+    return status;
+}
+
+// ---- 16-bit data, float sums -----------------------------------------------------------
+ZEMSR_API ZemStatus zemsLogGaussSingle_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, const Zem16s* var, int len,
+                                                  Zem32s* pResult, Zem32s val, int scaleFactor) {
+    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
+    *pResult = resultRule1(g16::sumGroupsOf8(src, mean, var, len), val, scaleFactor);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsLogGaussSingle_IdVar_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, int len,
+                                                        Zem32s* pResult, Zem32s val, int scaleFactor) {
+    if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
+    *pResult = resultRule1(g16::sumGroupsOf8(src, mean, nullptr, len), val, scaleFactor);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsLogGaussSingle_Scaled_16s32f(const Zem16s* src, const Zem16s* mean, const Zem16s* var,
+                                                     int len, Zem32f* pResult, Zem32f val, int scaleFactor) {
+    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
+    *pResult = resultRule2(g16::sumGroupsOf8(src, mean, var, len), val, scaleFactor);
+    return zemStatusOk;
+}
+
+// Pipeline E.
+ZEMSR_API ZemStatus zemsLogGaussSingle_IdVarScaled_16s32f(const Zem16s* src, const Zem16s* mean, int len,
+                                                          Zem32f* pResult, Zem32f val, int scaleFactor) {
+    if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
+    *pResult = resultRule2(static_cast<float>(identitySquares64(src, mean, len)), val, scaleFactor);
+    return zemStatusOk;
+}
+
+// ---- 16-bit data, integer (Low) sums ----------------------------------------------------
+// Below scale factor 0 the float sum runs instead: val - s * 2^-(sf + 1), truncated
+// toward zero without clamping.
+ZEMSR_API ZemStatus zemsLogGaussSingle_Low_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, const Zem16s* var,
+                                                      int len, Zem32s* pResult, Zem32s val, int scaleFactor) {
+    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
+    if (scaleFactor < 0) {
+        const float s = g16::sumGroupsOf8(src, mean, var, len);
+        const float r = static_cast<float>(val) - s * shiftedOne(-(static_cast<int64_t>(scaleFactor) + 1));
+        *pResult = _mm_cvttss_si32(_mm_set_ss(r));
+        return zemStatusOk;
+    }
+    *pResult = g16::wrapAdd(val, lowSum(src, mean, var, len, scaleFactor));
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsLogGaussSingle_LowScaled_16s32f(const Zem16s* src, const Zem16s* mean, const Zem16s* var,
+                                                        int len, Zem32f* pResult, Zem32f val, int scaleFactor) {
+    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
+    if (scaleFactor < 0) {
+        const float s = g16::sumGroupsOf8(src, mean, var, len);
+        *pResult = val - s * shiftedOne(-(static_cast<int64_t>(scaleFactor) + 1));
+        return zemStatusOk;
+    }
+    *pResult = static_cast<float>(lowSum(src, mean, var, len, scaleFactor)) + val;
+    return zemStatusOk;
+}
+
+// Pipeline F.
+ZEMSR_API ZemStatus zemsLogGaussSingle_IdVarLow_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, int len,
+                                                           Zem32s* pResult, Zem32s val, int scaleFactor) {
+    if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
+    *pResult = g16::wrapAdd(val, lowIdentitySum(src, mean, len, scaleFactor));
+    return zemStatusOk;
+}
+
+// Pipeline G: with n = sf + 1, t = s * 2^-n by an integer power of two.
+ZEMSR_API ZemStatus zemsLogGaussSingle_IdVarLowScaled_16s32f(const Zem16s* src, const Zem16s* mean, int len,
+                                                             Zem32f* pResult, Zem32f val, int scaleFactor) {
+    if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
+    const float s = identityLanesFloat(src, mean, len);
+    const int64_t n = static_cast<int64_t>(scaleFactor) + 1;
+    const float t = n < 1 ? s * shiftedOne(-n) : s / shiftedOne(n);
+    *pResult = val + t;
+    return zemStatusOk;
+}
+
+}  // extern "C"
