@@ -94,48 +94,86 @@ inline LowParts splitSquare(int32_t d, int32_t var) {
     return {(q >> 16) * var, ((q & 0xffff) >> 1) * var};
 }
 
-// Lanes of groups of 8: laneHi[j] and laneLo[j] less the pair sums of elements 2j, 2j+1.
-// The AVX2 build takes two groups a step in eight lanes and folds them to four, which
-// gives the same wrapped sums.  Returns the number of elements consumed.
-inline int lowGroupLanes(const Zem16s* x, const Zem16s* m, const Zem16s* var, int len, int32_t laneHi[4],
-                         int32_t laneLo[4]) {
-    __m128i hiAcc = _mm_setzero_si128(), loAcc = _mm_setzero_si128();
+// The positive hi and lo pair sums of eight elements: lane j holds elements 2j, 2j+1.
+inline void lowPairSums(__m128i x, __m128i m, __m128i w, __m128i* hi, __m128i* lo) {
+    const __m128i d = _mm_subs_epi16(x, m);
+    *hi = _mm_madd_epi16(_mm_mulhi_epi16(d, d), w);
+    *lo = _mm_madd_epi16(_mm_srli_epi16(_mm_mullo_epi16(d, d), 1), w);
+}
+
+// The regime's shifts, lane by lane: counts of 32 or more shift left to zero and right
+// to the sign, as in the scalar form.
+inline __m128i shiftLanes(__m128i hi, __m128i lo, const LowShifts& s) {
+    const __m128i h = _mm_sra_epi32(_mm_sll_epi32(hi, _mm_cvtsi32_si128(s.hiLeft)), _mm_cvtsi32_si128(s.hiRight));
+    const __m128i l = _mm_sra_epi32(_mm_sll_epi32(lo, _mm_cvtsi32_si128(s.loLeft)), _mm_cvtsi32_si128(s.loRight));
+    return _mm_add_epi32(h, l);
+}
+
+// Elements start..end-1 (at most 8) of p in lanes 0.., the other lanes zero, reading
+// nothing outside p[0..end).  From 8 elements on, the 8 that end at `end` are loaded and
+// shifted down; shorter vectors are gathered element by element.
+inline __m128i loadTail(const Zem16s* p, int start, int end) {
+    const int r = end - start;
+    if (end < 8) {
+        alignas(16) Zem16s lanes[8] = {};
+        for (int k = 0; k < r; ++k) lanes[k] = p[start + k];
+        return _mm_load_si128(reinterpret_cast<const __m128i*>(lanes));
+    }
+    const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + end - 8));
+    switch (8 - r) {
+        case 1: return _mm_srli_si128(v, 2);
+        case 2: return _mm_srli_si128(v, 4);
+        case 3: return _mm_srli_si128(v, 6);
+        case 4: return _mm_srli_si128(v, 8);
+        case 5: return _mm_srli_si128(v, 10);
+        case 6: return _mm_srli_si128(v, 12);
+        case 7: return _mm_srli_si128(v, 14);
+        default: return v;
+    }
+}
+
+inline int32_t wrappedLaneSum(__m128i v) {
+    v = _mm_add_epi32(v, _mm_shuffle_epi32(v, _MM_SHUFFLE(1, 0, 3, 2)));
+    v = _mm_add_epi32(v, _mm_shuffle_epi32(v, _MM_SHUFFLE(2, 3, 0, 1)));
+    return _mm_cvtsi128_si32(v);
+}
+
+// The Low sum t of n elements: groups of 8 subtract their pair sums from four lanes,
+// which are then shifted; the rest (runs of 4 and 2 and a last element, all with the
+// saturated difference) is shifted per pair first and then subtracted.  The rest is one
+// zero-padded step: padded pairs contribute nothing.  The AVX2 build takes two groups a
+// step and folds them, which gives the same wrapped sums.  var null is a weight of one.
+inline int32_t lowSum(const Zem16s* x, const Zem16s* m, const Zem16s* var, int n, const LowShifts& shifts) {
+    auto load8 = [](const Zem16s* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
+    const __m128i ones = _mm_set1_epi16(1);
+    __m128i laneHi = _mm_setzero_si128(), laneLo = _mm_setzero_si128();
     int i = 0;
 #if defined(__AVX2__)
     __m256i hi2 = _mm256_setzero_si256(), lo2 = _mm256_setzero_si256();
-    for (; i + 16 <= len; i += 16) {
+    for (; i + 16 <= n; i += 16) {
         const __m256i d = _mm256_subs_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(x + i)),
                                             _mm256_loadu_si256(reinterpret_cast<const __m256i*>(m + i)));
         const __m256i w = var ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(var + i)) : _mm256_set1_epi16(1);
         hi2 = _mm256_sub_epi32(hi2, _mm256_madd_epi16(_mm256_mulhi_epi16(d, d), w));
         lo2 = _mm256_sub_epi32(lo2, _mm256_madd_epi16(_mm256_srli_epi16(_mm256_mullo_epi16(d, d), 1), w));
     }
-    hiAcc = _mm_add_epi32(_mm256_castsi256_si128(hi2), _mm256_extracti128_si256(hi2, 1));
-    loAcc = _mm_add_epi32(_mm256_castsi256_si128(lo2), _mm256_extracti128_si256(lo2, 1));
+    laneHi = _mm_add_epi32(_mm256_castsi256_si128(hi2), _mm256_extracti128_si256(hi2, 1));
+    laneLo = _mm_add_epi32(_mm256_castsi256_si128(lo2), _mm256_extracti128_si256(lo2, 1));
 #endif
-    for (; i + 8 <= len; i += 8) {
-        const __m128i d = _mm_subs_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(x + i)),
-                                         _mm_loadu_si128(reinterpret_cast<const __m128i*>(m + i)));
-        const __m128i w = var ? _mm_loadu_si128(reinterpret_cast<const __m128i*>(var + i)) : _mm_set1_epi16(1);
-        hiAcc = _mm_sub_epi32(hiAcc, _mm_madd_epi16(_mm_mulhi_epi16(d, d), w));
-        loAcc = _mm_sub_epi32(loAcc, _mm_madd_epi16(_mm_srli_epi16(_mm_mullo_epi16(d, d), 1), w));
+    for (; i + 8 <= n; i += 8) {
+        __m128i hi, lo;
+        lowPairSums(load8(x + i), load8(m + i), var ? load8(var + i) : ones, &hi, &lo);
+        laneHi = _mm_sub_epi32(laneHi, hi);
+        laneLo = _mm_sub_epi32(laneLo, lo);
     }
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(laneHi), hiAcc);
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(laneLo), loAcc);
-    return i;
-}
-
-// The contribution of a run of 2k elements (k pairs) after the groups: per pair, the
-// positive hi and lo pair sums are shifted first and then subtracted.
-inline int32_t lowRunContribution(const Zem16s* x, const Zem16s* m, const Zem16s* var, int start, int count,
-                                  const LowShifts& shifts) {
-    int32_t total = 0;
-    for (int p = start; p < start + count; p += 2) {
-        const LowParts a = splitSquare(saturatedDifference(x[p], m[p]), var ? var[p] : 1);
-        const LowParts b = splitSquare(saturatedDifference(x[p + 1], m[p + 1]), var ? var[p + 1] : 1);
-        total = wrapAdd(total, shifts.apply(wrapAdd(a.hi, b.hi), wrapAdd(a.lo, b.lo)));
+    __m128i t = shiftLanes(laneHi, laneLo, shifts);
+    if (i < n) {
+        // Padded lanes have x = m = 0, so their weight does not matter.
+        __m128i hi, lo;
+        lowPairSums(loadTail(x, i, n), loadTail(m, i, n), var ? loadTail(var, i, n) : ones, &hi, &lo);
+        t = _mm_sub_epi32(t, shiftLanes(hi, lo, shifts));
     }
-    return total;
+    return wrappedLaneSum(t);
 }
 
 }  // namespace zem::gauss16

@@ -43,35 +43,16 @@ float resultRule2(float s, float val, int sf) {
     return val - s * zem::pow2Neg32f(clampedInt(static_cast<int64_t>(sf) + 1));
 }
 
-// Pipeline D: the Low integer sum for sf >= 0; t is the (negative) wrapped sum of the
-// halved, scaled squares.  Leftovers also take the saturated difference.
-int32_t lowSum(const Zem16s* x, const Zem16s* m, const Zem16s* var, int len, int sf) {
-    int32_t laneHi[4], laneLo[4];
-    int i = g16::lowGroupLanes(x, m, var, len, laneHi, laneLo);
-    const g16::LowShifts shifts = g16::lowShifts(sf);
-    int32_t t = 0;
-    for (int j = 0; j < 4; ++j) t = g16::wrapAdd(t, shifts.apply(laneHi[j], laneLo[j]));
-    if (len - i >= 4) t = g16::wrapSub(t, g16::lowRunContribution(x, m, var, i, 4, shifts)), i += 4;
-    if (len - i >= 2) t = g16::wrapSub(t, g16::lowRunContribution(x, m, var, i, 2, shifts)), i += 2;
-    if (i < len) {
-        const g16::LowParts p = g16::splitSquare(g16::saturatedDifference(x[i], m[i]), var[i]);
-        t = g16::wrapSub(t, shifts.apply(p.hi, p.lo));
-    }
-    return t;
-}
-
-// Pipeline F: the Low lanes with var = 1 in three regimes of sf.  The last single
-// element: for sf < 0 the unsaturated square in 64 bits, its low 32 bits halved and
-// shifted left as one term; otherwise the hi/lo split of a difference that wraps in 16 bits.
+// Pipeline F: the Low lanes with var = 1 in three regimes of sf.  A last single element
+// (odd len) stands apart: for sf < 0 the unsaturated square in 64 bits, its low 32 bits
+// halved and shifted left as one term; otherwise the hi/lo split of a difference that
+// wraps in 16 bits.
 int32_t lowIdentitySum(const Zem16s* x, const Zem16s* m, int len, int sf) {
-    int32_t laneHi[4], laneLo[4];
-    int i = g16::lowGroupLanes(x, m, nullptr, len, laneHi, laneLo);
     const g16::LowShifts shifts = g16::lowShifts(sf);
-    int32_t t = 0;
-    for (int j = 0; j < 4; ++j) t = g16::wrapAdd(t, shifts.apply(laneHi[j], laneLo[j]));
-    if (len - i >= 4) t = g16::wrapSub(t, g16::lowRunContribution(x, m, nullptr, i, 4, shifts)), i += 4;
-    if (len - i >= 2) t = g16::wrapSub(t, g16::lowRunContribution(x, m, nullptr, i, 2, shifts)), i += 2;
-    if (i < len) {
+    const int paired = len & ~1;
+    int32_t t = g16::lowSum(x, m, nullptr, paired, shifts);
+    if (paired < len) {
+        const int i = paired;
         if (sf < 0) {
             const int64_t e = int64_t{x[i]} - int64_t{m[i]};
             const int32_t low = static_cast<int32_t>(static_cast<uint32_t>(static_cast<uint64_t>(e * e)));
@@ -305,7 +286,7 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_Low_16s32s_Sfs(const Zem16s* src, const Z
         *pResult = _mm_cvttss_si32(_mm_set_ss(r));
         return zemStatusOk;
     }
-    *pResult = g16::wrapAdd(val, lowSum(src, mean, var, len, scaleFactor));
+    *pResult = g16::wrapAdd(val, g16::lowSum(src, mean, var, len, g16::lowShifts(scaleFactor)));
     return zemStatusOk;
 }
 
@@ -317,7 +298,7 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_LowScaled_16s32f(const Zem16s* src, const
         *pResult = val - s * shiftedOne(-(static_cast<int64_t>(scaleFactor) + 1));
         return zemStatusOk;
     }
-    *pResult = static_cast<float>(lowSum(src, mean, var, len, scaleFactor)) + val;
+    *pResult = static_cast<float>(g16::lowSum(src, mean, var, len, g16::lowShifts(scaleFactor))) + val;
     return zemStatusOk;
 }
 
