@@ -6,6 +6,7 @@
 
 #include "test_support.h"
 #include "zemcore.h"
+#include "own.h"
 #include "zemsr.h"
 
 using zemtest::Buffer;
@@ -306,4 +307,37 @@ TEST(GaussSingleDirectVar, ZeroVariancesAndScratchFailures) {
         EXPECT_EQ(zemsLogGaussSingle_DirectVar_16s32s_Sfs(xs, ms, vs, 3, &r, 0, 0), zemStatusNoMemory);
     }
     EXPECT_EQ(zemcoreTestLiveAllocations(), live);
+}
+
+TEST(GaussSingle16s, ReciprocalFormsAndMisalignedInputs) {
+    zemtest::Random rnd(509);
+    for (int n : {1, 7, 9, 39, 64}) {
+        const Data16 d = data16(rnd, n, true);
+        std::vector<Zem16s> v(d.w);
+        for (auto& e : v) e = static_cast<Zem16s>(std::abs(e) + 1);
+        // Pipeline K over the division primitive's reciprocals, result rule 3.
+        std::vector<float> vf(v.begin(), v.end()), w(n, 1.0f);
+        ownDiv_32f(vf.data(), w.data(), w.data(), n);
+        const float s = refK(d.x.data(), d.m.data(), w.data(), n);
+        float f;
+        ASSERT_EQ(zemsLogGaussSingle_DirectVarScaled_16s32f(d.x.data(), d.m.data(), v.data(), n, &f, 1.0f, 3), zemStatusOk);
+        EXPECT_TRUE(zemtest::sameBits(f, 1.0f - (s * 0.5f) * 0.125f)) << n;
+        // The same calls on inputs 2 bytes off a 16-byte boundary give the same results.
+        Buffer<Zem16s> x(n, 2), m(n, 6), wv(n, 10);
+        std::copy(d.x.begin(), d.x.end(), x.begin());
+        std::copy(d.m.begin(), d.m.end(), m.begin());
+        std::copy(d.w.begin(), d.w.end(), wv.begin());
+        for (int sf : {-2, 0, 17}) {
+            Zem32s a, b;
+            zemsLogGaussSingle_Low_16s32s_Sfs(d.x.data(), d.m.data(), d.w.data(), n, &a, 5, sf);
+            zemsLogGaussSingle_Low_16s32s_Sfs(x.data(), m.data(), wv.data(), n, &b, 5, sf);
+            EXPECT_EQ(a, b);
+            zemsLogGaussSingle_IdVarLow_16s32s_Sfs(d.x.data(), d.m.data(), n, &a, 5, sf);
+            zemsLogGaussSingle_IdVarLow_16s32s_Sfs(x.data(), m.data(), n, &b, 5, sf);
+            EXPECT_EQ(a, b);
+            zemsLogGaussSingle_16s32s_Sfs(d.x.data(), d.m.data(), d.w.data(), n, &a, 5, sf);
+            zemsLogGaussSingle_16s32s_Sfs(x.data(), m.data(), wv.data(), n, &b, 5, sf);
+            EXPECT_EQ(a, b);
+        }
+    }
 }
