@@ -98,6 +98,20 @@ inline constexpr double kPolyShort[3][11] = {
      0.0005549481290265323, 0.0011123966452324845, 0.0011131507706311817},
 };
 
+// The short path: the single-precision polynomials evaluated in double precision with
+// the coefficients above, the result rounded to float (and widened back).  Drop below
+// -15.3195879547406 to the larger of -4500000 and m; segments above -2.55 and -6.8.
+inline double addShortPath(double a, double b) {
+    const double m = a > b ? a : b;
+    const double d = -__builtin_fabs(a - b);
+    if (d < -15.3195879547406) return static_cast<float>(m > -4500000.0 ? m : -4500000.0);
+    const int seg = d > -2.55 ? 0 : (d > -6.8 ? 1 : 2);
+    const double x = seg == 0 ? d : (seg == 1 ? d + 2.55 : d + 6.8);
+    double h = kPolyShort[seg][0];
+    for (int k = 1; k < 10; ++k) h = h * x + kPolyShort[seg][k];
+    return static_cast<float>((m + kPolyShort[seg][10]) + x * h);
+}
+
 // ---- Double precision -----------------------------------------------------------------
 inline constexpr double kDrop64 = -23.0258509299405;
 inline constexpr double kLimit1_64 = -3.5;

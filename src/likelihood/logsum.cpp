@@ -40,19 +40,6 @@ inline double addGroupOne64(double a, double b) {
     return x[0];
 }
 
-// The short path of the integer sums: double arithmetic, the running value rounded to
-// float after every step.
-double addShort(double acc, double v) {
-    const double m = acc > v ? acc : v;
-    const double d = -__builtin_fabs(acc - v);
-    if (d < -15.3195879547406) return static_cast<float>(m > -4500000.0 ? m : -4500000.0);
-    const int seg = d > -2.55 ? 0 : (d > -6.8 ? 1 : 2);
-    const double x = seg == 0 ? d : (seg == 1 ? d + 2.55 : d + 6.8);
-    double h = ld::kPolyShort[seg][0];
-    for (int k = 1; k < 10; ++k) h = h * x + ld::kPolyShort[seg][k];
-    return static_cast<float>((m + ld::kPolyShort[seg][10]) + x * h);
-}
-
 template <class T>
 ZemStatus logSumInteger(const T* src, T* dst, int len, int scaleFactor) {
     if (const ZemStatus s = ld::checkArguments(len, src, dst); s != zemStatusOk) return s;
@@ -66,7 +53,7 @@ ZemStatus logSumInteger(const T* src, T* dst, int len, int scaleFactor) {
     const double s = zem::pow2Neg64f(scaleFactor);
     if (len <= 6) {
         double acc = s * src[0];
-        for (int i = 1; i < len; ++i) acc = addShort(acc, s * src[i]);
+        for (int i = 1; i < len; ++i) acc = ld::addShortPath(acc, s * src[i]);
         const double v = acc / s;
         *dst = v > kMax ? static_cast<T>(kMax) : (v < kMin ? static_cast<T>(kMin) : static_cast<T>(_mm_cvttsd_si32(_mm_set_sd(v))));
         return zemStatusOk;
