@@ -190,6 +190,161 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVarScaled_16s32f(const Zem16s* src,
                                                               const ZemsBlockDMatrix_16s* matrix, int len,
                                                               Zem32f* pResult, Zem32f val, int scaleFactor);
 
+/* ---- Block Gaussian scores: one Gaussian against the frames (rows) of a matrix ---------- */
+/* zemsLogGauss stores each frame's score, zemsLogGaussAdd adds it in the log domain to dst,
+ * zemsLogGaussMax keeps the larger.  In zemsLogGaussMax_16s32s_* only height elements of
+ * dst are written, also for an odd height (no extra element after the last frame). */
+ZEMSR_API ZemStatus zemsLogGauss_32f_D2(const Zem32f* src, int step, const Zem32f* mean, const Zem32f* var, int width,
+                                        Zem32f* dst, int height, Zem32f val);
+ZEMSR_API ZemStatus zemsLogGauss_32f_D2L(const Zem32f* const* srcRows, const Zem32f* mean, const Zem32f* var,
+                                         int width, Zem32f* dst, int height, Zem32f val);
+ZEMSR_API ZemStatus zemsLogGauss_64f_D2(const Zem64f* src, int step, const Zem64f* mean, const Zem64f* var, int width,
+                                        Zem64f* dst, int height, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGauss_64f_D2L(const Zem64f* const* srcRows, const Zem64f* mean, const Zem64f* var,
+                                         int width, Zem64f* dst, int height, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussAdd_32f_D2(const Zem32f* src, int step, const Zem32f* mean, const Zem32f* var,
+                                           int width, Zem32f* dst, int height, Zem32f val);
+ZEMSR_API ZemStatus zemsLogGaussAdd_32f_D2L(const Zem32f* const* srcRows, const Zem32f* mean, const Zem32f* var,
+                                            int width, Zem32f* dst, int height, Zem32f val);
+ZEMSR_API ZemStatus zemsLogGaussAdd_64f_D2(const Zem64f* src, int step, const Zem64f* mean, const Zem64f* var,
+                                           int width, Zem64f* dst, int height, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussAdd_64f_D2L(const Zem64f* const* srcRows, const Zem64f* mean, const Zem64f* var,
+                                            int width, Zem64f* dst, int height, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussMax_32f_D2(const Zem32f* src, int step, const Zem32f* mean, const Zem32f* var,
+                                           int width, Zem32f* dst, int height, Zem32f val);
+ZEMSR_API ZemStatus zemsLogGaussMax_32f_D2L(const Zem32f* const* srcRows, const Zem32f* mean, const Zem32f* var,
+                                            int width, Zem32f* dst, int height, Zem32f val);
+ZEMSR_API ZemStatus zemsLogGaussMax_64f_D2(const Zem64f* src, int step, const Zem64f* mean, const Zem64f* var,
+                                           int width, Zem64f* dst, int height, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussMax_64f_D2L(const Zem64f* const* srcRows, const Zem64f* mean, const Zem64f* var,
+                                            int width, Zem64f* dst, int height, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGauss_IdVar_32f_D2(const Zem32f* src, int step, const Zem32f* mean, int width, Zem32f* dst,
+                                              int height, Zem32f val);
+ZEMSR_API ZemStatus zemsLogGauss_IdVar_32f_D2L(const Zem32f* const* srcRows, const Zem32f* mean, int width,
+                                               Zem32f* dst, int height, Zem32f val);
+ZEMSR_API ZemStatus zemsLogGauss_IdVar_64f_D2(const Zem64f* src, int step, const Zem64f* mean, int width, Zem64f* dst,
+                                              int height, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGauss_IdVar_64f_D2L(const Zem64f* const* srcRows, const Zem64f* mean, int width,
+                                               Zem64f* dst, int height, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussAdd_IdVar_32f_D2(const Zem32f* src, int step, const Zem32f* mean, int width,
+                                                 Zem32f* dst, int height, Zem32f val);
+ZEMSR_API ZemStatus zemsLogGaussAdd_IdVar_32f_D2L(const Zem32f* const* srcRows, const Zem32f* mean, int width,
+                                                  Zem32f* dst, int height, Zem32f val);
+ZEMSR_API ZemStatus zemsLogGaussAdd_IdVar_64f_D2(const Zem64f* src, int step, const Zem64f* mean, int width,
+                                                 Zem64f* dst, int height, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussAdd_IdVar_64f_D2L(const Zem64f* const* srcRows, const Zem64f* mean, int width,
+                                                  Zem64f* dst, int height, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussMax_IdVar_32f_D2(const Zem32f* src, int step, const Zem32f* mean, int width,
+                                                 Zem32f* dst, int height, Zem32f val);
+ZEMSR_API ZemStatus zemsLogGaussMax_IdVar_32f_D2L(const Zem32f* const* srcRows, const Zem32f* mean, int width,
+                                                  Zem32f* dst, int height, Zem32f val);
+ZEMSR_API ZemStatus zemsLogGaussMax_IdVar_64f_D2(const Zem64f* src, int step, const Zem64f* mean, int width,
+                                                 Zem64f* dst, int height, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGaussMax_IdVar_64f_D2L(const Zem64f* const* srcRows, const Zem64f* mean, int width,
+                                                  Zem64f* dst, int height, Zem64f val);
+ZEMSR_API ZemStatus zemsLogGauss_Scaled_16s32f_D2(const Zem16s* src, int step, const Zem16s* mean, const Zem16s* var,
+                                                  int width, Zem32f* dst, int height, Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGauss_Scaled_16s32f_D2L(const Zem16s* const* srcRows, const Zem16s* mean,
+                                                   const Zem16s* var, int width, Zem32f* dst, int height, Zem32f val,
+                                                   int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussAdd_Scaled_16s32f_D2(const Zem16s* src, int step, const Zem16s* mean,
+                                                     const Zem16s* var, int width, Zem32f* dst, int height,
+                                                     Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussAdd_Scaled_16s32f_D2L(const Zem16s* const* srcRows, const Zem16s* mean,
+                                                      const Zem16s* var, int width, Zem32f* dst, int height,
+                                                      Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_Scaled_16s32f_D2(const Zem16s* src, int step, const Zem16s* mean,
+                                                     const Zem16s* var, int width, Zem32f* dst, int height,
+                                                     Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_Scaled_16s32f_D2L(const Zem16s* const* srcRows, const Zem16s* mean,
+                                                      const Zem16s* var, int width, Zem32f* dst, int height,
+                                                      Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGauss_LowScaled_16s32f_D2(const Zem16s* src, int step, const Zem16s* mean,
+                                                     const Zem16s* var, int width, Zem32f* dst, int height,
+                                                     Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGauss_LowScaled_16s32f_D2L(const Zem16s* const* srcRows, const Zem16s* mean,
+                                                      const Zem16s* var, int width, Zem32f* dst, int height,
+                                                      Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussAdd_LowScaled_16s32f_D2(const Zem16s* src, int step, const Zem16s* mean,
+                                                        const Zem16s* var, int width, Zem32f* dst, int height,
+                                                        Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussAdd_LowScaled_16s32f_D2L(const Zem16s* const* srcRows, const Zem16s* mean,
+                                                         const Zem16s* var, int width, Zem32f* dst, int height,
+                                                         Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_LowScaled_16s32f_D2(const Zem16s* src, int step, const Zem16s* mean,
+                                                        const Zem16s* var, int width, Zem32f* dst, int height,
+                                                        Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_LowScaled_16s32f_D2L(const Zem16s* const* srcRows, const Zem16s* mean,
+                                                         const Zem16s* var, int width, Zem32f* dst, int height,
+                                                         Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGauss_16s32s_D2Sfs(const Zem16s* src, int step, const Zem16s* mean, const Zem16s* var,
+                                              int width, Zem32s* dst, int height, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGauss_16s32s_D2LSfs(const Zem16s* const* srcRows, const Zem16s* mean, const Zem16s* var,
+                                               int width, Zem32s* dst, int height, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_16s32s_D2Sfs(const Zem16s* src, int step, const Zem16s* mean, const Zem16s* var,
+                                                 int width, Zem32s* dst, int height, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_16s32s_D2LSfs(const Zem16s* const* srcRows, const Zem16s* mean, const Zem16s* var,
+                                                  int width, Zem32s* dst, int height, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGauss_Low_16s32s_D2Sfs(const Zem16s* src, int step, const Zem16s* mean, const Zem16s* var,
+                                                  int width, Zem32s* dst, int height, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGauss_Low_16s32s_D2LSfs(const Zem16s* const* srcRows, const Zem16s* mean,
+                                                   const Zem16s* var, int width, Zem32s* dst, int height, Zem32s val,
+                                                   int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_Low_16s32s_D2Sfs(const Zem16s* src, int step, const Zem16s* mean,
+                                                     const Zem16s* var, int width, Zem32s* dst, int height,
+                                                     Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_Low_16s32s_D2LSfs(const Zem16s* const* srcRows, const Zem16s* mean,
+                                                      const Zem16s* var, int width, Zem32s* dst, int height,
+                                                      Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGauss_IdVarScaled_16s32f_D2(const Zem16s* src, int step, const Zem16s* mean, int width,
+                                                       Zem32f* dst, int height, Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGauss_IdVarScaled_16s32f_D2L(const Zem16s* const* srcRows, const Zem16s* mean, int width,
+                                                        Zem32f* dst, int height, Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussAdd_IdVarScaled_16s32f_D2(const Zem16s* src, int step, const Zem16s* mean, int width,
+                                                          Zem32f* dst, int height, Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussAdd_IdVarScaled_16s32f_D2L(const Zem16s* const* srcRows, const Zem16s* mean,
+                                                           int width, Zem32f* dst, int height, Zem32f val,
+                                                           int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_IdVarScaled_16s32f_D2(const Zem16s* src, int step, const Zem16s* mean, int width,
+                                                          Zem32f* dst, int height, Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_IdVarScaled_16s32f_D2L(const Zem16s* const* srcRows, const Zem16s* mean,
+                                                           int width, Zem32f* dst, int height, Zem32f val,
+                                                           int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGauss_IdVarLowScaled_16s32f_D2(const Zem16s* src, int step, const Zem16s* mean, int width,
+                                                          Zem32f* dst, int height, Zem32f val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGauss_IdVarLowScaled_16s32f_D2L(const Zem16s* const* srcRows, const Zem16s* mean,
+                                                           int width, Zem32f* dst, int height, Zem32f val,
+                                                           int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussAdd_IdVarLowScaled_16s32f_D2(const Zem16s* src, int step, const Zem16s* mean,
+                                                             int width, Zem32f* dst, int height, Zem32f val,
+                                                             int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussAdd_IdVarLowScaled_16s32f_D2L(const Zem16s* const* srcRows, const Zem16s* mean,
+                                                              int width, Zem32f* dst, int height, Zem32f val,
+                                                              int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_IdVarLowScaled_16s32f_D2(const Zem16s* src, int step, const Zem16s* mean,
+                                                             int width, Zem32f* dst, int height, Zem32f val,
+                                                             int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_IdVarLowScaled_16s32f_D2L(const Zem16s* const* srcRows, const Zem16s* mean,
+                                                              int width, Zem32f* dst, int height, Zem32f val,
+                                                              int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGauss_IdVar_16s32s_D2Sfs(const Zem16s* src, int step, const Zem16s* mean, int width,
+                                                    Zem32s* dst, int height, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGauss_IdVar_16s32s_D2LSfs(const Zem16s* const* srcRows, const Zem16s* mean, int width,
+                                                     Zem32s* dst, int height, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_IdVar_16s32s_D2Sfs(const Zem16s* src, int step, const Zem16s* mean, int width,
+                                                       Zem32s* dst, int height, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_IdVar_16s32s_D2LSfs(const Zem16s* const* srcRows, const Zem16s* mean, int width,
+                                                        Zem32s* dst, int height, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGauss_IdVarLow_16s32s_D2Sfs(const Zem16s* src, int step, const Zem16s* mean, int width,
+                                                       Zem32s* dst, int height, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGauss_IdVarLow_16s32s_D2LSfs(const Zem16s* const* srcRows, const Zem16s* mean, int width,
+                                                        Zem32s* dst, int height, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_IdVarLow_16s32s_D2Sfs(const Zem16s* src, int step, const Zem16s* mean, int width,
+                                                          Zem32s* dst, int height, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMax_IdVarLow_16s32s_D2LSfs(const Zem16s* const* srcRows, const Zem16s* mean,
+                                                           int width, Zem32s* dst, int height, Zem32s val,
+                                                           int scaleFactor);
+
 /* ---- Mahalanobis distances: sum of (x[i] - m[i])^2 * var[i], var an inverse variance - */
 ZEMSR_API ZemStatus zemsMahDistSingle_32f(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int len,
                                           Zem32f* pResult);

@@ -140,9 +140,11 @@ inline int32_t wrappedLaneSum(__m128i v) {
 
 // The Low sum t of n elements: groups of 8 subtract their pair sums from four lanes,
 // which are then shifted; the rest (runs of 4 and 2 and a last element, all with the
-// saturated difference) is shifted per pair first and then subtracted.  The rest is one
+// saturated difference) is shifted per pair first and then subtracted.  The block forms
+// (kTailIntoLanes) subtract the rest from the same lanes and shift once at the end.  The rest is one
 // zero-padded step: padded pairs contribute nothing.  The AVX2 build takes two groups a
 // step and folds them, which gives the same wrapped sums.  var null is a weight of one.
+template <bool kTailIntoLanes = false>
 inline int32_t lowSum(const Zem16s* x, const Zem16s* m, const Zem16s* var, int n, const LowShifts& shifts) {
     auto load8 = [](const Zem16s* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
     const __m128i ones = _mm_set1_epi16(1);
@@ -166,14 +168,67 @@ inline int32_t lowSum(const Zem16s* x, const Zem16s* m, const Zem16s* var, int n
         laneHi = _mm_sub_epi32(laneHi, hi);
         laneLo = _mm_sub_epi32(laneLo, lo);
     }
-    __m128i t = shiftLanes(laneHi, laneLo, shifts);
+    __m128i tailHi = _mm_setzero_si128(), tailLo = _mm_setzero_si128();
     if (i < n) {
         // Padded lanes have x = m = 0, so their weight does not matter.
-        __m128i hi, lo;
-        lowPairSums(loadTail(x, i, n), loadTail(m, i, n), var ? loadTail(var, i, n) : ones, &hi, &lo);
-        t = _mm_sub_epi32(t, shiftLanes(hi, lo, shifts));
+        lowPairSums(loadTail(x, i, n), loadTail(m, i, n), var ? loadTail(var, i, n) : ones, &tailHi, &tailLo);
     }
-    return wrappedLaneSum(t);
+    if constexpr (kTailIntoLanes) {
+        return wrappedLaneSum(shiftLanes(_mm_sub_epi32(laneHi, tailHi), _mm_sub_epi32(laneLo, tailLo), shifts));
+    } else {
+        return wrappedLaneSum(_mm_sub_epi32(shiftLanes(laneHi, laneLo, shifts), shiftLanes(tailHi, tailLo, shifts)));
+    }
+}
+
+// ---- Identity-variance pair sums -----------------------------------------------------
+
+// Pair sums of saturated squares as 32-bit values that wrap.
+inline int32_t pairSquares(const Zem16s* x, const Zem16s* m, int p) {
+    const int32_t a = saturatedDifference(x[p], m[p]), b = saturatedDifference(x[p + 1], m[p + 1]);
+    return wrapAdd(a * a, b * b);
+}
+
+// Four float lanes over the pair sums of groups of 8, then of runs of 4 and 2 (lanes
+// 0, 1 and lane 0); a last single element adds its exact square to lane 0, squared in
+// 64 bits (kSquareIn64) or in float.  Folded (0 + 2) + (1 + 3); the sum is positive.
+template <bool kSquareIn64>
+inline float pairLanesFloat(const Zem16s* x, const Zem16s* m, int len) {
+    float lane[4] = {0, 0, 0, 0};
+    int i = 0;
+    for (; i + 8 <= len; i += 8)
+        for (int j = 0; j < 4; ++j) lane[j] += static_cast<float>(pairSquares(x, m, i + 2 * j));
+    for (int run : {4, 2})
+        if (len - i >= run) {
+            for (int j = 0; j < run / 2; ++j) lane[j] += static_cast<float>(pairSquares(x, m, i + 2 * j));
+            i += run;
+        }
+    if (i < len) {
+        if constexpr (kSquareIn64) {
+            const int64_t e = int64_t{x[i]} - int64_t{m[i]};
+            lane[0] += static_cast<float>(e * e);
+        } else {
+            const float e = static_cast<float>(x[i]) - static_cast<float>(m[i]);
+            lane[0] += e * e;
+        }
+    }
+    return (lane[0] + lane[2]) + (lane[1] + lane[3]);
+}
+
+// The weighted float sum of the block forms: four float lanes, element i in lane i mod 4,
+// (float(d) * float(d)) * float(var) with d saturated in groups of 8 and exact (as
+// float(x) - float(m)) after them; folded (0 + 2) + (1 + 3).  Positive.
+inline float laneSumFloat(const Zem16s* x, const Zem16s* m, const Zem16s* var, int len) {
+    float lane[4] = {0, 0, 0, 0};
+    const int groups = len & ~7;
+    for (int i = 0; i < groups; ++i) {
+        const float d = static_cast<float>(saturatedDifference(x[i], m[i]));
+        lane[i & 3] += (d * d) * static_cast<float>(var[i]);
+    }
+    for (int i = groups; i < len; ++i) {
+        const float d = static_cast<float>(x[i]) - static_cast<float>(m[i]);
+        lane[i & 3] += (d * d) * static_cast<float>(var[i]);
+    }
+    return (lane[0] + lane[2]) + (lane[1] + lane[3]);
 }
 
 }  // namespace zem::gauss16

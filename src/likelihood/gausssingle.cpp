@@ -66,43 +66,18 @@ int32_t lowIdentitySum(const Zem16s* x, const Zem16s* m, int len, int sf) {
     return t;
 }
 
-// Pair sums of saturated squares as 32-bit values that wrap.
-inline int32_t pairSquares(const Zem16s* x, const Zem16s* m, int p) {
-    const int32_t a = g16::saturatedDifference(x[p], m[p]), b = g16::saturatedDifference(x[p + 1], m[p + 1]);
-    return g16::wrapAdd(a * a, b * b);
-}
-
 // Pipeline E: squares summed exactly, pairs of a group as wrapped 32-bit values widened
 // to 64 bits, leftovers one at a time through the saturated difference.
 int64_t identitySquares64(const Zem16s* x, const Zem16s* m, int len) {
     int64_t sum = 0;
     int i = 0;
     for (; i + 8 <= len; i += 8)
-        for (int p = i; p < i + 8; p += 2) sum += pairSquares(x, m, p);
+        for (int p = i; p < i + 8; p += 2) sum += g16::pairSquares(x, m, p);
     for (; i < len; ++i) {
         const int64_t d = g16::saturatedDifference(x[i], m[i]);
         sum += d * d;
     }
     return sum;
-}
-
-// Pipeline G: four float lanes less the pair sums of groups of 8, then of runs of 4 and
-// 2; a last single element adds its exact square in 64 bits to lane 0.
-float identityLanesFloat(const Zem16s* x, const Zem16s* m, int len) {
-    float lane[4] = {0, 0, 0, 0};
-    int i = 0;
-    for (; i + 8 <= len; i += 8)
-        for (int j = 0; j < 4; ++j) lane[j] -= static_cast<float>(pairSquares(x, m, i + 2 * j));
-    for (int run : {4, 2})
-        if (len - i >= run) {
-            for (int j = 0; j < run / 2; ++j) lane[j] -= static_cast<float>(pairSquares(x, m, i + 2 * j));
-            i += run;
-        }
-    if (i < len) {
-        const int64_t e = int64_t{x[i]} - int64_t{m[i]};
-        lane[0] -= static_cast<float>(e * e);
-    }
-    return (lane[0] + lane[2]) + (lane[1] + lane[3]);
 }
 
 // Scratch of `blocks` float blocks of len elements, released on every path.
@@ -314,7 +289,7 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_IdVarLow_16s32s_Sfs(const Zem16s* src, co
 ZEMSR_API ZemStatus zemsLogGaussSingle_IdVarLowScaled_16s32f(const Zem16s* src, const Zem16s* mean, int len,
                                                              Zem32f* pResult, Zem32f val, int scaleFactor) {
     if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
-    const float s = identityLanesFloat(src, mean, len);
+    const float s = -g16::pairLanesFloat<true>(src, mean, len);  // pipeline G
     const int64_t n = static_cast<int64_t>(scaleFactor) + 1;
     const float t = n < 1 ? s * shiftedOne(-n) : s / shiftedOne(n);
     *pResult = val + t;

@@ -1,10 +1,6 @@
 // Mahalanobis distances: sum over i of (x[i] - m[i])^2 * w[i], with w an inverse
-// variance; no square root, no halving.
-//
-// Float forms sum each row in 8 float (4 double) lanes, element i in lane i mod 8, the
-// tail loaded with zero padding, and fold the lanes pairwise.  Block forms take four
-// (two) rows at a time to share the loads of the common vector; every row gets the same
-// value as it would alone.
+// variance; no square root, no halving.  The float forms run the row kernel of
+// distkernel.h.
 #include <cstdint>
 #include <utility>
 
@@ -13,90 +9,17 @@
 #include "frame/scale.h"
 #include "gauss16.h"
 #include "own.h"
+#include "distkernel.h"
 #include "primitives/simd.h"
 
 namespace simd = zem::simd;
 
 namespace {
 
-template <class T, bool kPartial>
-[[gnu::always_inline]] inline simd::Vec<T> loadAt(const T* p, int n) {
-    if constexpr (kPartial) return simd::loadFirst(p, n);
-    else return simd::load(p);
-}
-
-// One step of L elements (or the last n, zero padded) for R rows: in "frames" blocks
-// the frame changes with the row and mean and var are shared, in "mixture" blocks one
-// frame meets a mean and a var per row.
-template <class T, int R, bool kFrames, bool kPartial>
-[[gnu::always_inline]] inline void distanceStep(simd::Vec<T> (&acc)[R], const T* const* x, const T* const* m,
-                                                const T* const* w, int i, int n) {
-    using V = simd::Vec<T>;
-    if constexpr (kFrames) {
-        const V mv = loadAt<T, kPartial>(m[0] + i, n), wv = loadAt<T, kPartial>(w[0] + i, n);
-        for (int r = 0; r < R; ++r) {
-            const V t = loadAt<T, kPartial>(x[r] + i, n) - mv;
-            acc[r] = acc[r] + t * t * wv;
-        }
-    } else {
-        const V xv = loadAt<T, kPartial>(x[0] + i, n);
-        for (int r = 0; r < R; ++r) {
-            const V t = xv - loadAt<T, kPartial>(m[r] + i, n);
-            acc[r] = acc[r] + t * t * loadAt<T, kPartial>(w[r] + i, n);
-        }
-    }
-}
-
-template <class T, int R, bool kFrames>
-[[gnu::always_inline]] inline void distanceRows(const T* const* x, const T* const* m, const T* const* w, int width,
-                                                T* out) {
-    constexpr int L = simd::kLanes<T>;
-    simd::Vec<T> acc[R];
-    for (int r = 0; r < R; ++r) acc[r] = simd::splat(T(0));
-    int i = 0;
-    for (; i + L <= width; i += L) distanceStep<T, R, kFrames, false>(acc, x, m, w, i, L);
-    if (i < width) distanceStep<T, R, kFrames, true>(acc, x, m, w, i, width - i);
-    if constexpr (sizeof(T) == 4) {
-        float sums[4];
-        if constexpr (R == 4) simd::sumTree4(acc[0], acc[1], acc[2], acc[3], sums);
-        else simd::sumTree4(acc[0], acc[0], acc[0], acc[0], sums);
-        for (int r = 0; r < R; ++r) out[r] = sums[r];
-    } else {
-        double sums[2];
-        if constexpr (R == 2) simd::sumTree2(acc[0], acc[1], sums);
-        else simd::sumTree2(acc[0], acc[0], sums);
-        for (int r = 0; r < R; ++r) out[r] = sums[r];
-    }
-}
-
-// All rows of a block form, R at a time and the rest singly.  row(k) gives the k-th
-// row's varying pointers.
-template <class T, bool kFrames, class Row>
-void distanceBlock(const T* common, const T* commonVar, int width, T* dst, int count, Row row) {
-    constexpr int R = sizeof(T) == 4 ? 4 : 2;
-    int k = 0;
-    for (; k + R <= count; k += R) {
-        const T *a[R], *b[R], *c[R];
-        for (int r = 0; r < R; ++r) {
-            const auto [first, second] = row(k + r);
-            if constexpr (kFrames) a[r] = first, b[r] = common, c[r] = commonVar;
-            else a[r] = common, b[r] = first, c[r] = second;
-        }
-        distanceRows<T, R, kFrames>(a, b, c, width, dst + k);
-    }
-    for (; k < count; ++k) {
-        const auto [first, second] = row(k);
-        const T* a = kFrames ? first : common;
-        const T* b = kFrames ? common : first;
-        const T* c = kFrames ? commonVar : second;
-        distanceRows<T, 1, kFrames>(&a, &b, &c, width, dst + k);
-    }
-}
-
 template <class T>
 T singleDistance(const T* src, const T* mean, const T* var, int len) {
     T out;
-    distanceRows<T, 1, true>(&src, &mean, &var, len, &out);
+    zem::distance::rows<T, 1, true, false>(&src, &mean, &var, len, &out);
     return out;
 }
 
@@ -159,7 +82,7 @@ ZemStatus frames_D2(const T* src, int step, const T* mean, const T* var, int wid
     if (width > step) return zemStatusBadStride;
     if (!src || !mean || !var || !dst) return zemStatusNullPointer;
     if (width < 1 || height < 1) return zemStatusBadSize;
-    distanceBlock<T, true>(mean, var, width, dst, height, [&](int f) {
+    zem::distance::block<T, true, false>(mean, var, width, dst, height, [&](int f) {
         return std::pair<const T*, const T*>{src + static_cast<int64_t>(f) * step, nullptr};
     });
     return zemStatusOk;
@@ -170,7 +93,7 @@ ZemStatus frames_D2L(const T* const* srcRows, const T* mean, const T* var, int w
     if (!srcRows || !mean || !var || !dst) return zemStatusNullPointer;
     if (width < 1 || height < 1) return zemStatusBadSize;
     if (zem::anyNullRow(srcRows, height)) return zemStatusNullPointer;
-    distanceBlock<T, true>(mean, var, width, dst, height,
+    zem::distance::block<T, true, false>(mean, var, width, dst, height,
                            [&](int f) { return std::pair<const T*, const T*>{srcRows[f], nullptr}; });
     return zemStatusOk;
 }
@@ -180,7 +103,7 @@ ZemStatus mixture_D2(const T* mean, const T* var, int step, const T* src, int wi
     if (width > step) return zemStatusBadStride;
     if (!mean || !var || !src || !dst) return zemStatusNullPointer;
     if (width < 1 || n < 1) return zemStatusBadSize;
-    distanceBlock<T, false>(src, nullptr, width, dst, n, [&](int g) {
+    zem::distance::block<T, false, false>(src, nullptr, width, dst, n, [&](int g) {
         const int64_t at = static_cast<int64_t>(g) * step;
         return std::pair<const T*, const T*>{mean + at, var + at};
     });
@@ -192,7 +115,7 @@ ZemStatus mixture_D2L(const T* const* meanRows, const T* const* varRows, const T
     if (!meanRows || !varRows || !src || !dst) return zemStatusNullPointer;
     if (width < 1 || n < 1) return zemStatusBadSize;
     if (zem::anyNullRow(meanRows, n) || zem::anyNullRow(varRows, n)) return zemStatusNullPointer;
-    distanceBlock<T, false>(src, nullptr, width, dst, n,
+    zem::distance::block<T, false, false>(src, nullptr, width, dst, n,
                             [&](int g) { return std::pair<const T*, const T*>{meanRows[g], varRows[g]}; });
     return zemStatusOk;
 }
