@@ -42,9 +42,15 @@ template <class T, int R, bool kFrames, bool kIdentity, bool kPartial>
     }
 }
 
-template <class T, int R, bool kFrames, bool kIdentity>
+// The identity finish: a row's value is its sum.
+struct Sum {
+    template <class T>
+    T operator()(T s) const { return s; }
+};
+
+template <class T, int R, bool kFrames, bool kIdentity, class Finish = Sum>
 [[gnu::always_inline]] inline void rows(const T* const* x, const T* const* m, const T* const* w, int width,
-                                                T* out) {
+                                                T* out, Finish finish = {}) {
     constexpr int L = simd::kLanes<T>;
     simd::Vec<T> acc[R];
     for (int r = 0; r < R; ++r) acc[r] = simd::splat(T(0));
@@ -53,22 +59,30 @@ template <class T, int R, bool kFrames, bool kIdentity>
     if (i < width) step<T, R, kFrames, kIdentity, true>(acc, x, m, w, i, width - i);
     if constexpr (sizeof(T) == 4) {
         float sums[4];
-        if constexpr (R == 4) simd::sumTree4(acc[0], acc[1], acc[2], acc[3], sums);
-        else simd::sumTree4(acc[0], acc[0], acc[0], acc[0], sums);
-        for (int r = 0; r < R; ++r) out[r] = sums[r];
+        if constexpr (R >= 4) {
+            for (int r0 = 0; r0 < R; r0 += 4) {
+                simd::sumTree4(acc[r0], acc[r0 + 1], acc[r0 + 2], acc[r0 + 3], sums);
+                for (int r = 0; r < 4; ++r) out[r0 + r] = finish(sums[r]);
+            }
+        } else {
+            simd::sumTree4(acc[0], acc[0], acc[0], acc[0], sums);
+            out[0] = finish(sums[0]);
+        }
     } else {
         double sums[2];
         if constexpr (R == 2) simd::sumTree2(acc[0], acc[1], sums);
         else simd::sumTree2(acc[0], acc[0], sums);
-        for (int r = 0; r < R; ++r) out[r] = sums[r];
+        for (int r = 0; r < R; ++r) out[r] = finish(sums[r]);
     }
 }
 
 // All rows of a block form, R at a time and the rest singly.  row(k) gives the k-th
-// row's varying pointers: (frame, unused) for frames, (mean, var) for mixtures.
-template <class T, bool kFrames, bool kIdentity, class Row>
-void block(const T* common, const T* commonVar, int width, T* dst, int count, Row row) {
-    constexpr int R = sizeof(T) == 4 ? 4 : 2;
+// row's varying pointers: (frame, unused) for frames, (mean, var) for mixtures; dst[k]
+// receives finish(sum of row k).
+template <class T, bool kFrames, bool kIdentity, class Row, class Finish = Sum>
+void block(const T* common, const T* commonVar, int width, T* dst, int count, Row row, Finish finish = {}) {
+    // Frames share mean and var, so a wider block saves loads; mixtures load their own.
+    constexpr int R = sizeof(T) == 4 ? (kFrames ? 8 : 4) : 2;
     int k = 0;
     for (; k + R <= count; k += R) {
         const T *a[R], *b[R], *c[R];
@@ -77,14 +91,14 @@ void block(const T* common, const T* commonVar, int width, T* dst, int count, Ro
             if constexpr (kFrames) a[r] = first, b[r] = common, c[r] = commonVar;
             else a[r] = common, b[r] = first, c[r] = second;
         }
-        rows<T, R, kFrames, kIdentity>(a, b, c, width, dst + k);
+        rows<T, R, kFrames, kIdentity>(a, b, c, width, dst + k, finish);
     }
     for (; k < count; ++k) {
         const auto [first, second] = row(k);
         const T* a = kFrames ? first : common;
         const T* b = kFrames ? common : first;
         const T* c = kFrames ? commonVar : second;
-        rows<T, 1, kFrames, kIdentity>(&a, &b, &c, width, dst + k);
+        rows<T, 1, kFrames, kIdentity>(&a, &b, &c, width, dst + k, finish);
     }
 }
 

@@ -216,18 +216,33 @@ inline float pairLanesFloat(const Zem16s* x, const Zem16s* m, int len) {
 
 // The weighted float sum of the block forms: four float lanes, element i in lane i mod 4,
 // (float(d) * float(d)) * float(var) with d saturated in groups of 8 and exact (as
-// float(x) - float(m)) after them; folded (0 + 2) + (1 + 3).  Positive.
+// float(x) - float(m)) after them; folded (0 + 2) + (1 + 3).  Positive.  The vector form
+// adds four elements a step in element order, so each lane sees the same sequence.
 inline float laneSumFloat(const Zem16s* x, const Zem16s* m, const Zem16s* var, int len) {
-    float lane[4] = {0, 0, 0, 0};
+    auto widen = [](__m128i v16, bool high) {
+        const __m128i sign = _mm_srai_epi16(v16, 15);
+        return _mm_cvtepi32_ps(high ? _mm_unpackhi_epi16(v16, sign) : _mm_unpacklo_epi16(v16, sign));
+    };
+    __m128 lanes = _mm_setzero_ps();
     const int groups = len & ~7;
-    for (int i = 0; i < groups; ++i) {
-        const float d = static_cast<float>(saturatedDifference(x[i], m[i]));
-        lane[i & 3] += (d * d) * static_cast<float>(var[i]);
+    for (int i = 0; i < groups; i += 8) {
+        const __m128i d = _mm_subs_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(x + i)),
+                                         _mm_loadu_si128(reinterpret_cast<const __m128i*>(m + i)));
+        const __m128i w = _mm_loadu_si128(reinterpret_cast<const __m128i*>(var + i));
+        const __m128 d0 = widen(d, false), d1 = widen(d, true);
+        lanes = _mm_add_ps(lanes, _mm_mul_ps(_mm_mul_ps(d0, d0), widen(w, false)));
+        lanes = _mm_add_ps(lanes, _mm_mul_ps(_mm_mul_ps(d1, d1), widen(w, true)));
     }
-    for (int i = groups; i < len; ++i) {
-        const float d = static_cast<float>(x[i]) - static_cast<float>(m[i]);
-        lane[i & 3] += (d * d) * static_cast<float>(var[i]);
+    if (groups < len) {
+        // The exact differences of the rest, zero padded: padded lanes add 0.
+        const __m128i xt = loadTail(x, groups, len), mt = loadTail(m, groups, len), wt = loadTail(var, groups, len);
+        const __m128 d0 = _mm_sub_ps(widen(xt, false), widen(mt, false));
+        const __m128 d1 = _mm_sub_ps(widen(xt, true), widen(mt, true));
+        lanes = _mm_add_ps(lanes, _mm_mul_ps(_mm_mul_ps(d0, d0), widen(wt, false)));
+        lanes = _mm_add_ps(lanes, _mm_mul_ps(_mm_mul_ps(d1, d1), widen(wt, true)));
     }
+    alignas(16) float lane[4];
+    _mm_store_ps(lane, lanes);
     return (lane[0] + lane[2]) + (lane[1] + lane[3]);
 }
 

@@ -41,13 +41,13 @@ void floatScores(const Frames& frames, const T* mean, const T* var, int width, T
             return;
         }
     }
-    zem::distance::block<T, true, kIdentity>(mean, var, width, out, n, [&](int k) {
-        return std::pair<const T*, const T*>{frames(f0 + k), nullptr};
-    });
-    for (int k = 0; k < n; ++k) {
-        if constexpr (sizeof(T) == 4) out[k] = ((-out[k]) + (val + val)) * 0.5f;
-        else out[k] = val - 0.5 * out[k];
-    }
+    const T twice = val + val;
+    zem::distance::block<T, true, kIdentity>(
+        mean, var, width, out, n, [&](int k) { return std::pair<const T*, const T*>{frames(f0 + k), nullptr}; },
+        [twice, val](T sum) {
+            if constexpr (sizeof(T) == 4) return ((-sum) + twice) * 0.5f;
+            else return val - 0.5 * sum;
+        });
 }
 
 // Joins a block of float scores to the destination.  Narrow Zem32f forms add through
@@ -71,6 +71,10 @@ void joinScores(const T* scores, T* dst, int n, bool narrowShortPath) {
 
 template <Sink S, bool kIdentity, class T, class Frames>
 void floatFamily(const Frames& frames, const T* mean, const T* var, int width, T* dst, int height, T val) {
+    if constexpr (S == Sink::Store) {
+        floatScores<T, kIdentity>(frames, mean, var, width, val, 0, height, dst);
+        return;
+    }
     alignas(32) T scores[kBlock];
     for (int f0 = 0; f0 < height; f0 += kBlock) {
         const int n = height - f0 < kBlock ? height - f0 : kBlock;
