@@ -345,6 +345,182 @@ ZEMSR_API ZemStatus zemsLogGaussMax_IdVarLow_16s32s_D2LSfs(const Zem16s* const* 
                                                            int width, Zem32s* dst, int height, Zem32s val,
                                                            int scaleFactor);
 
+/* ---- Mixture scores: one frame against the Gaussians (rows of mean and var) ------------- */
+/* zemsLogGaussMultiMix: srcDst holds each Gaussian's val on entry and its score on exit.
+ * zemsLogGaussAddMultiMix / zemsLogGaussMaxMultiMix join each score to srcDst.
+ * zemsLogGaussMixture: the log of the sum of the exponentials of all scores.
+ * Select forms: per frame, only the components whose shortlist bit is set ((n + 7) / 8
+ * bytes a frame, most significant bit first); noneValue where none is. */
+ZEMSR_API ZemStatus zemsLogGaussMultiMix_32f_D2(const Zem32f* mean, const Zem32f* var, int step, const Zem32f* src,
+                                                int width, Zem32f* srcDst, int n);
+ZEMSR_API ZemStatus zemsLogGaussMultiMix_32f_D2L(const Zem32f* const* meanRows, const Zem32f* const* varRows,
+                                                 const Zem32f* src, int width, Zem32f* srcDst, int n);
+ZEMSR_API ZemStatus zemsLogGaussMultiMix_64f_D2(const Zem64f* mean, const Zem64f* var, int step, const Zem64f* src,
+                                                int width, Zem64f* srcDst, int n);
+ZEMSR_API ZemStatus zemsLogGaussMultiMix_64f_D2L(const Zem64f* const* meanRows, const Zem64f* const* varRows,
+                                                 const Zem64f* src, int width, Zem64f* srcDst, int n);
+ZEMSR_API ZemStatus zemsLogGaussMultiMix_16s32s_D2Sfs(const Zem16s* mean, const Zem16s* var, int step,
+                                                      const Zem16s* src, int width, Zem32s* srcDst, int n,
+                                                      int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMultiMix_16s32s_D2LSfs(const Zem16s* const* meanRows, const Zem16s* const* varRows,
+                                                       const Zem16s* src, int width, Zem32s* srcDst, int n,
+                                                       int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMultiMix_Low_16s32s_D2Sfs(const Zem16s* mean, const Zem16s* var, int step,
+                                                          const Zem16s* src, int width, Zem32s* srcDst, int n,
+                                                          int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMultiMix_Low_16s32s_D2LSfs(const Zem16s* const* meanRows,
+                                                           const Zem16s* const* varRows, const Zem16s* src, int width,
+                                                           Zem32s* srcDst, int n, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMultiMix_Scaled_16s32f_D2(const Zem16s* mean, const Zem16s* var, int step,
+                                                          const Zem16s* src, int width, Zem32f* srcDst, int n,
+                                                          int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMultiMix_Scaled_16s32f_D2L(const Zem16s* const* meanRows,
+                                                           const Zem16s* const* varRows, const Zem16s* src, int width,
+                                                           Zem32f* srcDst, int n, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMultiMix_LowScaled_16s32f_D2(const Zem16s* mean, const Zem16s* var, int step,
+                                                             const Zem16s* src, int width, Zem32f* srcDst, int n,
+                                                             int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMultiMix_LowScaled_16s32f_D2L(const Zem16s* const* meanRows,
+                                                              const Zem16s* const* varRows, const Zem16s* src,
+                                                              int width, Zem32f* srcDst, int n, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussAddMultiMix_32f_D2(const Zem32f* mean, const Zem32f* var, int step, const Zem32f* src,
+                                                   int width, const Zem32f* val, Zem32f* srcDst, int n);
+ZEMSR_API ZemStatus zemsLogGaussAddMultiMix_32f_D2L(const Zem32f* const* meanRows, const Zem32f* const* varRows,
+                                                    const Zem32f* src, int width, const Zem32f* val, Zem32f* srcDst,
+                                                    int n);
+ZEMSR_API ZemStatus zemsLogGaussAddMultiMix_64f_D2(const Zem64f* mean, const Zem64f* var, int step, const Zem64f* src,
+                                                   int width, const Zem64f* val, Zem64f* srcDst, int n);
+ZEMSR_API ZemStatus zemsLogGaussAddMultiMix_64f_D2L(const Zem64f* const* meanRows, const Zem64f* const* varRows,
+                                                    const Zem64f* src, int width, const Zem64f* val, Zem64f* srcDst,
+                                                    int n);
+ZEMSR_API ZemStatus zemsLogGaussMaxMultiMix_32f_D2(const Zem32f* mean, const Zem32f* var, int step, const Zem32f* src,
+                                                   int width, const Zem32f* val, Zem32f* srcDst, int n);
+ZEMSR_API ZemStatus zemsLogGaussMaxMultiMix_32f_D2L(const Zem32f* const* meanRows, const Zem32f* const* varRows,
+                                                    const Zem32f* src, int width, const Zem32f* val, Zem32f* srcDst,
+                                                    int n);
+ZEMSR_API ZemStatus zemsLogGaussMaxMultiMix_64f_D2(const Zem64f* mean, const Zem64f* var, int step, const Zem64f* src,
+                                                   int width, const Zem64f* val, Zem64f* srcDst, int n);
+ZEMSR_API ZemStatus zemsLogGaussMaxMultiMix_64f_D2L(const Zem64f* const* meanRows, const Zem64f* const* varRows,
+                                                    const Zem64f* src, int width, const Zem64f* val, Zem64f* srcDst,
+                                                    int n);
+ZEMSR_API ZemStatus zemsLogGaussAddMultiMix_Scaled_16s32f_D2(const Zem16s* mean, const Zem16s* var, int step,
+                                                             const Zem16s* src, int width, const Zem32f* val,
+                                                             Zem32f* srcDst, int n, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussAddMultiMix_Scaled_16s32f_D2L(const Zem16s* const* meanRows,
+                                                              const Zem16s* const* varRows, const Zem16s* src,
+                                                              int width, const Zem32f* val, Zem32f* srcDst, int n,
+                                                              int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussAddMultiMix_LowScaled_16s32f_D2(const Zem16s* mean, const Zem16s* var, int step,
+                                                                const Zem16s* src, int width, const Zem32f* val,
+                                                                Zem32f* srcDst, int n, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussAddMultiMix_LowScaled_16s32f_D2L(const Zem16s* const* meanRows,
+                                                                 const Zem16s* const* varRows, const Zem16s* src,
+                                                                 int width, const Zem32f* val, Zem32f* srcDst, int n,
+                                                                 int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMaxMultiMix_Scaled_16s32f_D2(const Zem16s* mean, const Zem16s* var, int step,
+                                                             const Zem16s* src, int width, const Zem32f* val,
+                                                             Zem32f* srcDst, int n, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMaxMultiMix_Scaled_16s32f_D2L(const Zem16s* const* meanRows,
+                                                              const Zem16s* const* varRows, const Zem16s* src,
+                                                              int width, const Zem32f* val, Zem32f* srcDst, int n,
+                                                              int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMaxMultiMix_LowScaled_16s32f_D2(const Zem16s* mean, const Zem16s* var, int step,
+                                                                const Zem16s* src, int width, const Zem32f* val,
+                                                                Zem32f* srcDst, int n, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMaxMultiMix_LowScaled_16s32f_D2L(const Zem16s* const* meanRows,
+                                                                 const Zem16s* const* varRows, const Zem16s* src,
+                                                                 int width, const Zem32f* val, Zem32f* srcDst, int n,
+                                                                 int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMaxMultiMix_16s32s_D2Sfs(const Zem16s* mean, const Zem16s* var, int step,
+                                                         const Zem16s* src, int width, const Zem32s* val,
+                                                         Zem32s* srcDst, int n, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMaxMultiMix_16s32s_D2LSfs(const Zem16s* const* meanRows, const Zem16s* const* varRows,
+                                                          const Zem16s* src, int width, const Zem32s* val,
+                                                          Zem32s* srcDst, int n, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMaxMultiMix_Low_16s32s_D2Sfs(const Zem16s* mean, const Zem16s* var, int step,
+                                                             const Zem16s* src, int width, const Zem32s* val,
+                                                             Zem32s* srcDst, int n, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMaxMultiMix_Low_16s32s_D2LSfs(const Zem16s* const* meanRows,
+                                                              const Zem16s* const* varRows, const Zem16s* src,
+                                                              int width, const Zem32s* val, Zem32s* srcDst, int n,
+                                                              int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMixture_32f_D2(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int n,
+                                               int step, int width, const Zem32f* val, Zem32f* pResult);
+ZEMSR_API ZemStatus zemsLogGaussMixture_32f_D2L(const Zem32f* src, const Zem32f* const* meanRows,
+                                                const Zem32f* const* varRows, int n, int width, const Zem32f* val,
+                                                Zem32f* pResult);
+ZEMSR_API ZemStatus zemsLogGaussMixture_64f_D2(const Zem64f* src, const Zem64f* mean, const Zem64f* var, int n,
+                                               int step, int width, const Zem64f* val, Zem64f* pResult);
+ZEMSR_API ZemStatus zemsLogGaussMixture_64f_D2L(const Zem64f* src, const Zem64f* const* meanRows,
+                                                const Zem64f* const* varRows, int n, int width, const Zem64f* val,
+                                                Zem64f* pResult);
+ZEMSR_API ZemStatus zemsLogGaussMixture_Scaled_16s32f_D2(const Zem16s* src, const Zem16s* mean, const Zem16s* var,
+                                                         int n, int step, int width, const Zem32f* val,
+                                                         Zem32f* pResult, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMixture_Scaled_16s32f_D2L(const Zem16s* src, const Zem16s* const* meanRows,
+                                                          const Zem16s* const* varRows, int n, int width,
+                                                          const Zem32f* val, Zem32f* pResult, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMixture_LowScaled_16s32f_D2(const Zem16s* src, const Zem16s* mean, const Zem16s* var,
+                                                            int n, int step, int width, const Zem32f* val,
+                                                            Zem32f* pResult, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMixture_LowScaled_16s32f_D2L(const Zem16s* src, const Zem16s* const* meanRows,
+                                                             const Zem16s* const* varRows, int n, int width,
+                                                             const Zem32f* val, Zem32f* pResult, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMixture_IdVar_32f_D2(const Zem32f* src, const Zem32f* mean, int n, int step,
+                                                     int width, const Zem32f* val, Zem32f* pResult);
+ZEMSR_API ZemStatus zemsLogGaussMixture_IdVar_32f_D2L(const Zem32f* src, const Zem32f* const* meanRows, int n,
+                                                      int width, const Zem32f* val, Zem32f* pResult);
+ZEMSR_API ZemStatus zemsLogGaussMixture_IdVar_64f_D2(const Zem64f* src, const Zem64f* mean, int n, int step,
+                                                     int width, const Zem64f* val, Zem64f* pResult);
+ZEMSR_API ZemStatus zemsLogGaussMixture_IdVar_64f_D2L(const Zem64f* src, const Zem64f* const* meanRows, int n,
+                                                      int width, const Zem64f* val, Zem64f* pResult);
+ZEMSR_API ZemStatus zemsLogGaussMixture_IdVarScaled_16s32f_D2(const Zem16s* src, const Zem16s* mean, int n, int step,
+                                                              int width, const Zem32f* val, Zem32f* pResult,
+                                                              int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMixture_IdVarScaled_16s32f_D2L(const Zem16s* src, const Zem16s* const* meanRows,
+                                                               int n, int width, const Zem32f* val, Zem32f* pResult,
+                                                               int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMixture_IdVarLowScaled_16s32f_D2(const Zem16s* src, const Zem16s* mean, int n,
+                                                                 int step, int width, const Zem32f* val,
+                                                                 Zem32f* pResult, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMixture_IdVarLowScaled_16s32f_D2L(const Zem16s* src, const Zem16s* const* meanRows,
+                                                                  int n, int width, const Zem32f* val,
+                                                                  Zem32f* pResult, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMixture_Select_32f_D2(const Zem32f* src, const Zem32f* mean, const Zem32f* var,
+                                                      int step, int width, const Zem32f* val, const Zem8u* shortlist,
+                                                      int n, Zem32f* dst, int height, Zem32f noneValue);
+ZEMSR_API ZemStatus zemsLogGaussMixture_Select_32f_D2L(const Zem32f* const* srcRows, const Zem32f* const* meanRows,
+                                                       const Zem32f* const* varRows, int width, const Zem32f* val,
+                                                       const Zem8u* shortlist, int n, Zem32f* dst, int height,
+                                                       Zem32f noneValue);
+ZEMSR_API ZemStatus zemsLogGaussMixture_SelectScaled_16s32f_D2(const Zem16s* src, const Zem16s* mean,
+                                                               const Zem16s* var, int step, int width,
+                                                               const Zem32f* val, const Zem8u* shortlist, int n,
+                                                               Zem32f* dst, int height, Zem32f noneValue,
+                                                               int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMixture_SelectScaled_16s32f_D2L(const Zem16s* const* srcRows,
+                                                                const Zem16s* const* meanRows,
+                                                                const Zem16s* const* varRows, int width,
+                                                                const Zem32f* val, const Zem8u* shortlist, int n,
+                                                                Zem32f* dst, int height, Zem32f noneValue,
+                                                                int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMixture_SelectIdVar_32f_D2(const Zem32f* src, const Zem32f* mean, int step, int width,
+                                                           const Zem32f* val, const Zem8u* shortlist, int n,
+                                                           Zem32f* dst, int height, Zem32f noneValue);
+ZEMSR_API ZemStatus zemsLogGaussMixture_SelectIdVar_32f_D2L(const Zem32f* const* srcRows,
+                                                            const Zem32f* const* meanRows, int width,
+                                                            const Zem32f* val, const Zem8u* shortlist, int n,
+                                                            Zem32f* dst, int height, Zem32f noneValue);
+ZEMSR_API ZemStatus zemsLogGaussMixture_SelectIdVarScaled_16s32f_D2(const Zem16s* src, const Zem16s* mean, int step,
+                                                                    int width, const Zem32f* val,
+                                                                    const Zem8u* shortlist, int n, Zem32f* dst,
+                                                                    int height, Zem32f noneValue, int scaleFactor);
+ZEMSR_API ZemStatus zemsLogGaussMixture_SelectIdVarScaled_16s32f_D2L(const Zem16s* const* srcRows,
+                                                                     const Zem16s* const* meanRows, int width,
+                                                                     const Zem32f* val, const Zem8u* shortlist, int n,
+                                                                     Zem32f* dst, int height, Zem32f noneValue,
+                                                                     int scaleFactor);
+
 /* ---- Mahalanobis distances: sum of (x[i] - m[i])^2 * var[i], var an inverse variance - */
 ZEMSR_API ZemStatus zemsMahDistSingle_32f(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int len,
                                           Zem32f* pResult);

@@ -188,6 +188,20 @@ inline int32_t pairSquares(const Zem16s* x, const Zem16s* m, int p) {
     return wrapAdd(a * a, b * b);
 }
 
+// Pipeline E: squares summed exactly, pairs of a group as wrapped 32-bit values widened
+// to 64 bits, leftovers one at a time through the saturated difference.
+inline int64_t identitySquares64(const Zem16s* x, const Zem16s* m, int len) {
+    int64_t sum = 0;
+    int i = 0;
+    for (; i + 8 <= len; i += 8)
+        for (int p = i; p < i + 8; p += 2) sum += pairSquares(x, m, p);
+    for (; i < len; ++i) {
+        const int64_t d = saturatedDifference(x[i], m[i]);
+        sum += d * d;
+    }
+    return sum;
+}
+
 // Four float lanes over the pair sums of groups of 8, then of runs of 4 and 2 (lanes
 // 0, 1 and lane 0); a last single element adds its exact square to lane 0, squared in
 // 64 bits (kSquareIn64) or in float.  Folded (0 + 2) + (1 + 3); the sum is positive.

@@ -94,28 +94,6 @@ void frameScores16(const Frames& frames, float* dst, int height, Score score) {
     }
 }
 
-// The Low lanes of the block forms: every run into the same lanes, shifted once at the
-// end, the low part shifted by the full scale factor (counts capped at 31).
-g16::LowShifts blockLowShifts(int sf) {
-    g16::LowShifts s;
-    if (sf <= 15) {
-        s.hiLeft = 15 - sf;
-        s.loRight = sf;
-    } else {
-        s.hiRight = sf - 15 > 31 ? 31 : sf - 15;
-        s.loRight = sf > 31 ? 31 : sf;
-    }
-    return s;
-}
-
-// Low below scale factor 0: the float sum of groups of 8, held negative, times 2^|n|
-// for n = sf + 1 below 0 (divided by 1 for n = 0), added to val.
-float lowNegativeScore(const Zem16s* x, const Zem16s* mean, const Zem16s* var, int width, float val, int sf) {
-    const int64_t n = static_cast<int64_t>(sf) + 1;
-    const float s = -g16::sumGroupsOf8(x, mean, var, width);
-    return n < 0 ? val + s * shiftedOne(n) : val + s / shiftedOne(n);
-}
-
 // IdVarLow: each pair sum shifted by n = sf + 1 (right, capped at 31, or left, zero
 // from 32) before it is subtracted; a last single element the same on its exact 64-bit
 // square.  The sum wraps.
@@ -130,13 +108,6 @@ int32_t identityLowScore(const Zem16s* x, const Zem16s* m, int width, int64_t n)
         t = g16::wrapSub(t, static_cast<int32_t>(static_cast<uint32_t>(shifted)));
     }
     return t;
-}
-
-// Low for sf >= 0 and IdVarLow for n >= 0 in the Max family compare integers; for the
-// negative regimes the destination goes to float, the larger is truncated back.
-inline Zem32s maxTruncated(Zem32s dst, float r) {
-    const float d = static_cast<float>(dst);
-    return _mm_cvttss_si32(_mm_set_ss(r > d ? r : d));
 }
 
 // ---- Per-family bodies; F is a frame accessor -------------------------------------------

@@ -4,7 +4,11 @@
 
 #include <cstdint>
 
+#include <immintrin.h>
+#include <utility>
+
 #include "frame/check.h"
+#include "gauss16.h"
 #include "zemsr.h"
 
 namespace zem::gaussblock {
@@ -22,6 +26,25 @@ template <class T>
 struct FramesD2L {
     const T* const* rows;
     const T* operator()(int f) const { return rows[f]; }
+};
+
+// Gaussians of a mixture as rows of two _D2 matrices: (mean row, var row) of Gaussian g.
+template <class T>
+struct GaussiansD2 {
+    const T* mean;
+    const T* var;  // null for identity variances
+    int step;
+    std::pair<const T*, const T*> operator()(int g) const {
+        const int64_t at = static_cast<int64_t>(g) * step;
+        return {mean + at, var ? var + at : nullptr};
+    }
+};
+
+template <class T>
+struct GaussiansD2L {
+    const T* const* mean;
+    const T* const* var;  // null for identity variances
+    std::pair<const T*, const T*> operator()(int g) const { return {mean[g], var ? var[g] : nullptr}; }
 };
 
 // _D2: the stride first, then null pointers, then sizes.
@@ -50,6 +73,35 @@ inline float shiftedOne(int64_t n) {
 
 inline int clampedInt(int64_t v) { return static_cast<int>(v > INT32_MAX ? INT32_MAX : (v < INT32_MIN ? INT32_MIN : v)); }
 
+// The Low lanes of the block forms: every run into the same lanes, shifted once at the
+// end, the low part shifted by the full scale factor (counts capped at 31).
+inline gauss16::LowShifts blockLowShifts(int sf) {
+    gauss16::LowShifts s;
+    if (sf <= 15) {
+        s.hiLeft = 15 - sf;
+        s.loRight = sf;
+    } else {
+        s.hiRight = sf - 15 > 31 ? 31 : sf - 15;
+        s.loRight = sf > 31 ? 31 : sf;
+    }
+    return s;
+}
+
+// Low below scale factor 0: the float sum of groups of 8, held negative, times 2^|n|
+// for n = sf + 1 below 0 (divided by 1 for n = 0), added to val.
+inline float lowNegativeScore(const Zem16s* x, const Zem16s* mean, const Zem16s* var, int width, float val, int sf) {
+    const int64_t n = static_cast<int64_t>(sf) + 1;
+    const float s = -gauss16::sumGroupsOf8(x, mean, var, width);
+    return n < 0 ? val + s * shiftedOne(n) : val + s / shiftedOne(n);
+}
+
+// Low for sf >= 0 and IdVarLow for n >= 0 in the Max family compare integers; for the
+// negative regimes the destination goes to float, the larger is truncated back.
+inline Zem32s maxTruncated(Zem32s dst, float r) {
+    const float d = static_cast<float>(dst);
+    return _mm_cvttss_si32(_mm_set_ss(r > d ? r : d));
+}
+
 // The Max forms of the plain and IdVar 16s32s scores run their whole kernel rounding
 // toward zero (gaussblockmax.cpp); F is FramesD2 or FramesD2L of Zem16s.
 template <class F>
@@ -58,5 +110,11 @@ void maxPlain16TowardZero(const F& frames, const Zem16s* mean, const Zem16s* var
 template <class F>
 void maxIdentity16TowardZero(const F& frames, const Zem16s* mean, int width, Zem32s* dst, int height, Zem32s val,
                              int sf);
+
+// The Max form of the mixture 16s32s scores, under the same rounding: G is GaussiansD2
+// or GaussiansD2L of Zem16s; val and srcDst hold one element per Gaussian.
+template <class G>
+void maxMixture16TowardZero(const G& gaussians, const Zem16s* x, int width, const Zem32s* val, Zem32s* srcDst, int n,
+                            int sf);
 
 }  // namespace zem::gaussblock

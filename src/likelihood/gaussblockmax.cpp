@@ -14,15 +14,17 @@ namespace zem::gaussblock {
 
 namespace {
 
-template <class F, class Sum>
-void maxTowardZero(const F& frames, Zem32s* dst, int height, Zem32s val, int sf, Sum negativeSum) {
+inline float toFloat(Zem32s v) { return _mm_cvtss_f32(_mm_cvtsi32_ss(_mm_setzero_ps(), v)); }
+
+// negativeSum(k) and valueOf(k) give row k's sum (held negative) and its val.
+template <class Sum, class Val>
+void maxTowardZero(Zem32s* dst, int count, int sf, Sum negativeSum, Val valueOf) {
     RoundingGuard towardZero(RoundingGuard::kTowardZero);
-    const float v = _mm_cvtss_f32(_mm_cvtsi32_ss(_mm_setzero_ps(), val));
     const float f = pow2Neg32f(clampedInt(static_cast<int64_t>(sf) + 1));
-    for (int k = 0; k < height; ++k) {
-        float r = negativeSum(frames(k)) * f + v;
+    for (int k = 0; k < count; ++k) {
+        float r = negativeSum(k) * f + toFloat(valueOf(k));
         r = r < -2147483648.0f ? -2147483648.0f : (r > 2147483648.0f ? 2147483648.0f : r);
-        const float d = _mm_cvtss_f32(_mm_cvtsi32_ss(_mm_setzero_ps(), dst[k]));
+        const float d = toFloat(dst[k]);
         dst[k] = _mm_cvttss_si32(_mm_set_ss(r > d ? r : d));
     }
 }
@@ -32,20 +34,34 @@ void maxTowardZero(const F& frames, Zem32s* dst, int height, Zem32s val, int sf,
 template <class F>
 void maxPlain16TowardZero(const F& frames, const Zem16s* mean, const Zem16s* var, int width, Zem32s* dst, int height,
                           Zem32s val, int sf) {
-    maxTowardZero(frames, dst, height, val, sf,
-                  [&](const Zem16s* x) { return -gauss16::laneSumFloat(x, mean, var, width); });
+    maxTowardZero(dst, height, sf, [&](int k) { return -gauss16::laneSumFloat(frames(k), mean, var, width); },
+                  [val](int) { return val; });
 }
 
 template <class F>
 void maxIdentity16TowardZero(const F& frames, const Zem16s* mean, int width, Zem32s* dst, int height, Zem32s val,
                              int sf) {
-    maxTowardZero(frames, dst, height, val, sf,
-                  [&](const Zem16s* x) { return -gauss16::pairLanesFloat<false>(x, mean, width); });
+    maxTowardZero(dst, height, sf, [&](int k) { return -gauss16::pairLanesFloat<false>(frames(k), mean, width); },
+                  [val](int) { return val; });
+}
+
+template <class G>
+void maxMixture16TowardZero(const G& gaussians, const Zem16s* x, int width, const Zem32s* val, Zem32s* srcDst, int n,
+                            int sf) {
+    maxTowardZero(
+        srcDst, n, sf,
+        [&](int g) {
+            const auto [m, w] = gaussians(g);
+            return -gauss16::laneSumFloat(x, m, w, width);
+        },
+        [val](int g) { return val[g]; });
 }
 
 template void maxPlain16TowardZero(const FramesD2<Zem16s>&, const Zem16s*, const Zem16s*, int, Zem32s*, int, Zem32s, int);
 template void maxPlain16TowardZero(const FramesD2L<Zem16s>&, const Zem16s*, const Zem16s*, int, Zem32s*, int, Zem32s, int);
 template void maxIdentity16TowardZero(const FramesD2<Zem16s>&, const Zem16s*, int, Zem32s*, int, Zem32s, int);
 template void maxIdentity16TowardZero(const FramesD2L<Zem16s>&, const Zem16s*, int, Zem32s*, int, Zem32s, int);
+template void maxMixture16TowardZero(const GaussiansD2<Zem16s>&, const Zem16s*, int, const Zem32s*, Zem32s*, int, int);
+template void maxMixture16TowardZero(const GaussiansD2L<Zem16s>&, const Zem16s*, int, const Zem32s*, Zem32s*, int, int);
 
 }  // namespace zem::gaussblock

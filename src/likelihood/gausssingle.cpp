@@ -66,20 +66,6 @@ int32_t lowIdentitySum(const Zem16s* x, const Zem16s* m, int len, int sf) {
     return t;
 }
 
-// Pipeline E: squares summed exactly, pairs of a group as wrapped 32-bit values widened
-// to 64 bits, leftovers one at a time through the saturated difference.
-int64_t identitySquares64(const Zem16s* x, const Zem16s* m, int len) {
-    int64_t sum = 0;
-    int i = 0;
-    for (; i + 8 <= len; i += 8)
-        for (int p = i; p < i + 8; p += 2) sum += g16::pairSquares(x, m, p);
-    for (; i < len; ++i) {
-        const int64_t d = g16::saturatedDifference(x[i], m[i]);
-        sum += d * d;
-    }
-    return sum;
-}
-
 // Scratch of `blocks` float blocks of len elements, released on every path.
 class FloatScratch {
 public:
@@ -245,7 +231,7 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_Scaled_16s32f(const Zem16s* src, const Ze
 ZEMSR_API ZemStatus zemsLogGaussSingle_IdVarScaled_16s32f(const Zem16s* src, const Zem16s* mean, int len,
                                                           Zem32f* pResult, Zem32f val, int scaleFactor) {
     if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
-    *pResult = resultRule2(static_cast<float>(identitySquares64(src, mean, len)), val, scaleFactor);
+    *pResult = resultRule2(static_cast<float>(g16::identitySquares64(src, mean, len)), val, scaleFactor);
     return zemStatusOk;
 }
 
