@@ -84,6 +84,42 @@ inline simd::F32x8 addGroup32(simd::F32x8 a, simd::F32x8 b) {
     return select(drop, dropped, m + p);
 }
 
+// The log of the sum of the exponentials of src[0..len) in its fixed order: sequential
+// below 8 elements; otherwise four accumulators over groups of four, folded (0 with 2),
+// (1 with 3), then together, and the remaining elements one by one.  ready(n) is called
+// before src[0..n) is read, one group ahead of the step that needs it, so that a caller
+// that produces the elements on demand overlaps their production with the chain.
+template <class Ready>
+inline float logSum32(const float* src, int len, Ready&& ready) {
+    if (len < 8) {
+        ready(len);
+        float r = src[0];
+        for (int i = 1; i < len; ++i) r = addSingle32(r, src[i]);
+        return r;
+    }
+    const int n = len & ~3;
+    ready(8);
+    // Four accumulators in lanes 0..3; lanes 4..7 repeat them and are ignored.
+    simd::F32x8 lanes = simd::loadTwice4(src);
+    for (int i = 4; i < n; i += 4) {
+        ready(i + 8 < len ? i + 8 : len);
+        lanes = addGroup32(lanes, simd::loadTwice4(src + i));
+    }
+    ready(len);
+    float acc[8];
+    simd::store(acc, lanes);
+    auto fold = [](float a, float b) {
+        float x[8] = {a}, y[8] = {b};
+        simd::store(x, addGroup32(simd::load(x), simd::load(y)));
+        return x[0];
+    };
+    acc[0] = fold(acc[0], acc[2]);
+    acc[1] = fold(acc[1], acc[3]);
+    float r = fold(acc[0], acc[1]);
+    for (int i = n; i < len; ++i) r = addSingle32(r, src[i]);
+    return r;
+}
+
 // The single-precision polynomials with their coefficients held in double precision,
 // for the short path of the integer sums: c0..c10 of segments 1, 2, 3.
 inline constexpr double kPolyShort[3][11] = {

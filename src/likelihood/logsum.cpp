@@ -28,12 +28,6 @@ inline void accumulate2(double* acc, const double* src) {
     acc[1] = a[1];
 }
 
-inline float addGroupOne32(float a, float b) {
-    float x[8] = {a}, y[8] = {b};
-    simd::store(x, ld::addGroup32(simd::load(x), simd::load(y)));
-    return x[0];
-}
-
 inline double addGroupOne64(double a, double b) {
     double x[4] = {a}, y[4] = {b};
     simd::store(x, ld::addGroup64<ld::EvenOdd64>(simd::load(x), simd::load(y)));
@@ -87,25 +81,7 @@ ZemStatus logSumInteger(const T* src, T* dst, int len, int scaleFactor) {
 
 void ownLogSumBlock_32f(const Zem32f* src, Zem32f* dst, int len) {
     *dst = src[0];
-    if (len == 1) return;
-    float r;
-    int i;
-    if (len < 8) {
-        r = src[0];
-        i = 1;
-    } else {
-        // Four accumulators in lanes 0..3; lanes 4..7 repeat them and are ignored.
-        simd::F32x8 lanes = simd::loadTwice4(src);
-        const int n = len & ~3;
-        for (i = 4; i < n; i += 4) lanes = ld::addGroup32(lanes, simd::loadTwice4(src + i));
-        float acc[8];
-        simd::store(acc, lanes);
-        acc[0] = addGroupOne32(acc[0], acc[2]);
-        acc[1] = addGroupOne32(acc[1], acc[3]);
-        r = addGroupOne32(acc[0], acc[1]);
-    }
-    for (; i < len; ++i) r = ld::addSingle32(r, src[i]);
-    *dst = r;
+    if (len > 1) *dst = ld::logSum32(src, len, [](int) {});
 }
 
 void ownLogSumBlock_64f(const Zem64f* src, Zem64f* dst, int len) {

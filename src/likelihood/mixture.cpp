@@ -176,6 +176,41 @@ T mixtureSum(int n, Block scoreBlock) {
     return running;
 }
 
+// The float mixture: as mixtureSum, with each block's scores produced four at a time just
+// ahead of the log-sum step that needs them, so that scoring overlaps the chain of
+// dependent additions.  Same scores, same order, same result.
+template <class G>
+float floatMixtureSum(const G& gaussians, const Zem32f* x, int width, const Zem32f* val, int n) {
+    alignas(32) float buffer[kBlock + 1];
+    float running = 0.0f;
+    for (int g0 = 0; g0 < n; g0 += kBlock) {
+        const int count = n - g0 < kBlock ? n - g0 : kBlock;
+        float* scores = buffer + 1;
+        int produced = 0;
+        auto produce = [&](int upTo) {
+            upTo = (upTo + 3) & ~3;
+            if (upTo > count) upTo = count;
+            if (upTo > produced) {
+                floatScores(gaussians, x, width, val + g0 + produced, g0 + produced, upTo - produced, scores + produced);
+                produced = upTo;
+            }
+        };
+        if (g0 == 0) {
+            running = count == 1 ? (produce(1), scores[0]) : zem::logdomain::logSum32(scores, count, produce);
+        } else {
+            buffer[0] = running;
+            running = zem::logdomain::logSum32(buffer, count + 1, [&](int e) { produce(e - 1); });
+        }
+    }
+    return running;
+}
+
+template <class T, class G>
+T weightedMixture(const G& gaussians, const T* x, int width, const T* val, int n) {
+    if constexpr (sizeof(T) == 4) return floatMixtureSum(gaussians, x, width, val, n);
+    else return mixtureSum<T>(n, [&](int g0, int c, T* out) { floatScores(gaussians, x, width, val + g0, g0, c, out); });
+}
+
 // The _D2 identity-variance float mixture: a sequential pass in component order, each
 // score from acc = 2 val summed feature by feature, folded by the double short path.
 float sequentialIdentityMixture(const Zem32f* x, const Zem32f* mean, int step, int n, int width, const Zem32f* val) {
@@ -345,7 +380,7 @@ ZEM_MAX_16S32S(zemsLogGaussMaxMultiMix_Low_16s32s, maxMultiMixLow)
                                                       Zem##T* pResult) {                                             \
         if (const ZemStatus s = checkD2<ORDER>(step, width, n, src, mean, var, val, pResult); s) return s;          \
         const GaussiansD2<Zem##T> g{mean, var, step};                                                                \
-        *pResult = mixtureSum<Zem##T>(n, [&](int g0, int c, Zem##T* out) { floatScores(g, src, width, val + g0, g0, c, out); }); \
+        *pResult = weightedMixture(g, src, width, val, n);                                                         \
         return zemStatusOk;                                                                                          \
     }                                                                                                                \
     ZEMSR_API ZemStatus zemsLogGaussMixture_##T##_D2L(const Zem##T* src, const Zem##T* const* meanRows,             \
@@ -353,7 +388,7 @@ ZEM_MAX_16S32S(zemsLogGaussMaxMultiMix_Low_16s32s, maxMultiMixLow)
                                                        const Zem##T* val, Zem##T* pResult) {                         \
         if (const ZemStatus s = checkD2L(meanRows, varRows, false, width, n, src, val, pResult); s) return s;       \
         const GaussiansD2L<Zem##T> g{meanRows, varRows};                                                             \
-        *pResult = mixtureSum<Zem##T>(n, [&](int g0, int c, Zem##T* out) { floatScores(g, src, width, val + g0, g0, c, out); }); \
+        *pResult = weightedMixture(g, src, width, val, n);                                                         \
         return zemStatusOk;                                                                                          \
     }
 ZEM_MIXTURE_FLOAT(32f, Order::NullStrideSize)
