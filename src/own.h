@@ -100,3 +100,30 @@ void ownLogAddBlock_32f(const Zem32f* src, Zem32f* srcDst, int len);
 void ownLogAddBlock_64f(const Zem64f* src, Zem64f* srcDst, int len);
 void ownLogSumBlock_32f(const Zem32f* src, Zem32f* dst, int len);
 void ownLogSumBlock_64f(const Zem64f* src, Zem64f* dst, int len);
+
+// ---- The real Fourier transform of power-of-two lengths --------------------------------
+// Layouts for N = 2^order: CCS (N + 2 values: R0, 0, R1, I1, .., R(N/2), 0), Pack (N: R0,
+// R1, I1, .., R(N/2)) and Perm (N: R0, R(N/2), R1, I1, ..).  Flags: 1 scales the forward
+// transform by 1/N, 2 the inverse by 1/N, 4 both by 1/sqrt(N), 8 neither.
+struct ZemsFFTState_R_32f;
+struct ZemsFFTState_R_16s;
+
+ZemStatus ownFFTGetSize_R_32f(int order, int flag, int hint, Zem32s* sizeState, Zem32s* sizeInit, Zem32s* sizeBuf);
+ZemStatus ownFFTGetSize_R_16s(int order, int flag, int hint, Zem32s* sizeState, Zem32s* sizeInit, Zem32s* sizeBuf);
+ZemStatus ownFFTInit_R_32f(ZemsFFTState_R_32f** state, int order, int flag, int hint, Zem8u* memState, Zem8u* memInit);
+ZemStatus ownFFTInit_R_16s(ZemsFFTState_R_16s** state, int order, int flag, int hint, Zem8u* memState, Zem8u* memInit);
+ZemStatus ownFFTInitAlloc_R_32f(ZemsFFTState_R_32f** state, int order, int flag, int hint);
+ZemStatus ownFFTInitAlloc_R_16s(ZemsFFTState_R_16s** state, int order, int flag, int hint);
+ZemStatus ownFFTFree_R_32f(ZemsFFTState_R_32f* state);
+ZemStatus ownFFTFree_R_16s(ZemsFFTState_R_16s* state);
+ZemStatus ownFFTGetBufSize_R_32f(const ZemsFFTState_R_32f* state, Zem32s* size);
+ZemStatus ownFFTFwd_RToCCS_32f(const Zem32f* src, Zem32f* dst, const ZemsFFTState_R_32f* state, Zem8u* buffer);
+ZemStatus ownFFTFwd_RToPack_32f(const Zem32f* src, Zem32f* dst, const ZemsFFTState_R_32f* state, Zem8u* buffer);
+ZemStatus ownFFTFwd_RToPerm_32f(const Zem32f* src, Zem32f* dst, const ZemsFFTState_R_32f* state, Zem8u* buffer);
+ZemStatus ownFFTInv_PackToR_32f(const Zem32f* src, Zem32f* dst, const ZemsFFTState_R_32f* state, Zem8u* buffer);
+ZemStatus ownFFTFwd_RToCCS_16s_Sfs(const Zem16s* src, Zem32s* dst, const ZemsFFTState_R_16s* state, int scaleFactor,
+                                   Zem8u* buffer);
+// srcDst = src times the conjugate of srcDst, bin by bin, in Pack layout.
+ZemStatus ownMulPackConj_32f(const Zem32f* src, Zem32f* srcDst, int len);
+// Lags 0 .. nLags - 1 of the autocorrelation of src; lags from min(len, nLags) on are 0.
+ZemStatus ownAutoCorr_32f(const Zem32f* src, int len, Zem32f* dst, int nLags);

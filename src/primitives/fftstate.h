@@ -1,0 +1,34 @@
+// The records of the real transform.
+#pragma once
+
+#include "zemsr.h"
+
+inline constexpr Zem32s kFFTStateId = 6;
+inline constexpr Zem32s kFFTState16Id = 0x434d414f;  // "OAMC"
+
+struct ZemsFFTState_R_32f {
+    Zem32s id;  // 6 while alive, 0 once freed or failed
+    Zem32s order;
+    Zem32s scaleFwd;
+    Zem32s scaleInv;
+    Zem32f scale;
+    Zem32s hint;
+    Zem32s bufSize;
+    Zem32s owned;
+    // Tables: per radix-4 stage the twiddles w^p, w^2p, w^3p as complex pairs (null for
+    // the small orders, which build them per call), and the real-split weights
+    // A(k) = (0.5 - 0.5 sin, -0.5 cos) at angle 2 pi k / N for k = 0 .. N/4.
+    Zem32f* twiddles;
+    Zem32f* split;
+    void* allocation;  // what InitAlloc took from the allocator
+};
+
+struct ZemsFFTState_R_16s {
+    Zem32s id;
+    Zem32s order;
+    Zem32s hint;
+    Zem32s bufSize;
+    Zem32s owned;
+    ZemsFFTState_R_32f* pState;
+    void* allocation;
+};
