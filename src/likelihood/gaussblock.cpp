@@ -20,7 +20,6 @@ namespace {
 
 constexpr int kBlock = 128;
 
-enum class Sink { Store, Add, Max };
 
 // Float and double scores of frames [f0, f0 + n): the weighted sums of the distance
 // kernel, then ((-sum) + (val + val)) * 0.5 in Zem32f, val - 0.5 * sum in Zem64f.  Below
@@ -48,25 +47,6 @@ void floatScores(const Frames& frames, const T* mean, const T* var, int width, T
             if constexpr (sizeof(T) == 4) return ((-sum) + twice) * 0.5f;
             else return val - 0.5 * sum;
         });
-}
-
-// Joins a block of float scores to the destination.  Narrow Zem32f forms add through
-// the double short path instead of the block addition.
-template <Sink S, class T>
-void joinScores(const T* scores, T* dst, int n, bool narrowShortPath) {
-    if constexpr (S == Sink::Store) {
-        for (int k = 0; k < n; ++k) dst[k] = scores[k];
-    } else if constexpr (S == Sink::Max) {
-        for (int k = 0; k < n; ++k) dst[k] = scores[k] > dst[k] ? scores[k] : dst[k];
-    } else if constexpr (sizeof(T) == 4) {
-        if (narrowShortPath) {
-            for (int k = 0; k < n; ++k) dst[k] = static_cast<float>(zem::logdomain::addShortPath(dst[k], scores[k]));
-        } else {
-            ownLogAddBlock_32f(scores, dst, n);
-        }
-    } else {
-        ownLogAddBlock_64f(scores, dst, n);
-    }
 }
 
 template <Sink S, bool kIdentity, class T, class Frames>

@@ -9,6 +9,8 @@
 
 #include "frame/check.h"
 #include "gauss16.h"
+#include "logcore.h"
+#include "own.h"
 #include "zemsr.h"
 
 namespace zem::gaussblock {
@@ -46,6 +48,28 @@ struct GaussiansD2L {
     const T* const* var;  // null for identity variances
     std::pair<const T*, const T*> operator()(int g) const { return {mean[g], var ? var[g] : nullptr}; }
 };
+
+// What a family does with a score: store it, add it in the log domain, keep the larger.
+enum class Sink { Store, Add, Max };
+
+// Joins a block of float scores to the destination.  Narrow Zem32f forms add through
+// the double short path instead of the block addition.
+template <Sink S, class T>
+inline void joinScores(const T* scores, T* dst, int n, bool narrowShortPath) {
+    if constexpr (S == Sink::Store) {
+        for (int k = 0; k < n; ++k) dst[k] = scores[k];
+    } else if constexpr (S == Sink::Max) {
+        for (int k = 0; k < n; ++k) dst[k] = scores[k] > dst[k] ? scores[k] : dst[k];
+    } else if constexpr (sizeof(T) == 4) {
+        if (narrowShortPath) {
+            for (int k = 0; k < n; ++k) dst[k] = static_cast<float>(logdomain::addShortPath(dst[k], scores[k]));
+        } else {
+            ownLogAddBlock_32f(scores, dst, n);
+        }
+    } else {
+        ownLogAddBlock_64f(scores, dst, n);
+    }
+}
 
 // _D2: the stride first, then null pointers, then sizes.
 template <class... P>

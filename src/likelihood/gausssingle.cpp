@@ -7,12 +7,15 @@
 #include "frame/check.h"
 #include "frame/scale.h"
 #include "gauss16.h"
+#include "gaussblock.h"
 #include "gaussfloat.h"
 #include "own.h"
 #include "zemcore.h"
 
 namespace g16 = zem::gauss16;
 namespace gf = zem::gaussfloat;
+using zem::gaussblock::clampedInt;
+using zem::gaussblock::shiftedOne;
 
 namespace {
 
@@ -22,11 +25,6 @@ ZemStatus checkScore(int len, const P*... p) {
     if (len < 1) return zemStatusBadSize;
     return zemStatusOk;
 }
-
-// 2 to the power n (n >= 0) from an integer shift, the count held to 63.
-inline float shiftedOne(int64_t n) { return static_cast<float>(uint64_t{1} << (n > 63 ? 63 : n)); }
-
-inline int clampedInt(int64_t v) { return static_cast<int>(v > INT32_MAX ? INT32_MAX : (v < INT32_MIN ? INT32_MIN : v)); }
 
 // Result rule 1: halve, scale by a power of two built from the low 6 bits of |sf|,
 // subtract from val, clamp to [-2^31, 2^31] and round; 2^31 converts to -2^31.

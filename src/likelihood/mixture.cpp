@@ -132,26 +132,15 @@ void multiMixFloat(const G& gaussians, const T* x, int width, T* srcDst, int n) 
     }
 }
 
-// AddMultiMix: per block, the scores from val into a stack buffer, then the block log addition.
-template <class T, class Block>
-void addMultiMix(const T* val, T* srcDst, int n, Block scoreBlock) {
+// AddMultiMix and MaxMultiMix: per block, the scores from val into a stack buffer, then
+// joined to the block's part of srcDst (log addition, or the larger).
+template <Sink S, class T, class Block>
+void joinMultiMix(const T* val, T* srcDst, int n, Block scoreBlock) {
     alignas(32) T buffer[kBlock];
     for (int g0 = 0; g0 < n; g0 += kBlock) {
         const int count = n - g0 < kBlock ? n - g0 : kBlock;
         scoreBlock(val + g0, g0, count, buffer);
-        if constexpr (sizeof(T) == 4) ownLogAddBlock_32f(buffer, srcDst + g0, count);
-        else ownLogAddBlock_64f(buffer, srcDst + g0, count);
-    }
-}
-
-// MaxMultiMix for float destinations: the larger, equal values leaving srcDst.
-template <class T, class Block>
-void maxMultiMix(const T* val, T* srcDst, int n, Block scoreBlock) {
-    alignas(32) T buffer[kBlock];
-    for (int g0 = 0; g0 < n; g0 += kBlock) {
-        const int count = n - g0 < kBlock ? n - g0 : kBlock;
-        scoreBlock(val + g0, g0, count, buffer);
-        for (int k = 0; k < count; ++k) srcDst[g0 + k] = buffer[k] > srcDst[g0 + k] ? buffer[k] : srcDst[g0 + k];
+        joinScores<S>(buffer, srcDst + g0, count, false);
     }
 }
 
@@ -312,7 +301,7 @@ ZEM_MULTIMIX_16S(zemsLogGaussMultiMix_Scaled_16s32f, _D2, _D2L, Zem32f, scaled16
 ZEM_MULTIMIX_16S(zemsLogGaussMultiMix_LowScaled_16s32f, _D2, _D2L, Zem32f, lowScaled16)
 
 // ---- zemsLogGaussAddMultiMix and zemsLogGaussMaxMultiMix with float destinations ------------------
-// FAMILY is addMultiMix or maxMultiMix; ORDER the _D2 check order.
+// FAMILY is joinMultiMix<Sink::Add> or <Sink::Max>; ORDER the _D2 check order.
 #define ZEM_JOIN_FLOAT(NAME, FAMILY, ORDER, T)                                                                       \
     ZEMSR_API ZemStatus NAME##_D2(const T* mean, const T* var, int step, const T* src, int width, const T* val,      \
                                   T* srcDst, int n) {                                                                \
@@ -328,10 +317,10 @@ ZEM_MULTIMIX_16S(zemsLogGaussMultiMix_LowScaled_16s32f, _D2, _D2L, Zem32f, lowSc
         FAMILY(val, srcDst, n, [&](const T* v, int g0, int c, T* out) { floatScores(g, src, width, v, g0, c, out); }); \
         return zemStatusOk;                                                                                          \
     }
-ZEM_JOIN_FLOAT(zemsLogGaussAddMultiMix_32f, addMultiMix, Order::StrideNullSize, Zem32f)
-ZEM_JOIN_FLOAT(zemsLogGaussAddMultiMix_64f, addMultiMix, Order::StrideNullSize, Zem64f)
-ZEM_JOIN_FLOAT(zemsLogGaussMaxMultiMix_32f, maxMultiMix, Order::StrideNullSize, Zem32f)
-ZEM_JOIN_FLOAT(zemsLogGaussMaxMultiMix_64f, maxMultiMix, Order::StrideNullSize, Zem64f)
+ZEM_JOIN_FLOAT(zemsLogGaussAddMultiMix_32f, joinMultiMix<Sink::Add>, Order::StrideNullSize, Zem32f)
+ZEM_JOIN_FLOAT(zemsLogGaussAddMultiMix_64f, joinMultiMix<Sink::Add>, Order::StrideNullSize, Zem64f)
+ZEM_JOIN_FLOAT(zemsLogGaussMaxMultiMix_32f, joinMultiMix<Sink::Max>, Order::StrideNullSize, Zem32f)
+ZEM_JOIN_FLOAT(zemsLogGaussMaxMultiMix_64f, joinMultiMix<Sink::Max>, Order::StrideNullSize, Zem64f)
 
 #define ZEM_JOIN_16S32F(NAME, FAMILY, ORDER, MAKE)                                                                   \
     ZEMSR_API ZemStatus NAME##_D2(const Zem16s* mean, const Zem16s* var, int step, const Zem16s* src, int width,    \
@@ -350,10 +339,10 @@ ZEM_JOIN_FLOAT(zemsLogGaussMaxMultiMix_64f, maxMultiMix, Order::StrideNullSize, 
         FAMILY(val, srcDst, n, [&](const Zem32f* v, int g0, int c, Zem32f* out) { rowScores(g, src, width, v, g0, c, out, score); }); \
         return zemStatusOk;                                                                                          \
     }
-ZEM_JOIN_16S32F(zemsLogGaussAddMultiMix_Scaled_16s32f, addMultiMix, Order::StrideNullSize, scaled16)
-ZEM_JOIN_16S32F(zemsLogGaussAddMultiMix_LowScaled_16s32f, addMultiMix, Order::StrideNullSize, lowScaled16)
-ZEM_JOIN_16S32F(zemsLogGaussMaxMultiMix_Scaled_16s32f, maxMultiMix, Order::NullSizeStride, scaled16)
-ZEM_JOIN_16S32F(zemsLogGaussMaxMultiMix_LowScaled_16s32f, maxMultiMix, Order::NullSizeStride, lowScaled16)
+ZEM_JOIN_16S32F(zemsLogGaussAddMultiMix_Scaled_16s32f, joinMultiMix<Sink::Add>, Order::StrideNullSize, scaled16)
+ZEM_JOIN_16S32F(zemsLogGaussAddMultiMix_LowScaled_16s32f, joinMultiMix<Sink::Add>, Order::StrideNullSize, lowScaled16)
+ZEM_JOIN_16S32F(zemsLogGaussMaxMultiMix_Scaled_16s32f, joinMultiMix<Sink::Max>, Order::NullSizeStride, scaled16)
+ZEM_JOIN_16S32F(zemsLogGaussMaxMultiMix_LowScaled_16s32f, joinMultiMix<Sink::Max>, Order::NullSizeStride, lowScaled16)
 
 // ---- zemsLogGaussMaxMultiMix with integer destinations ----------------------------------------
 #define ZEM_MAX_16S32S(NAME, BODY)                                                                                   \
