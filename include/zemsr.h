@@ -132,6 +132,75 @@ ZEMSR_API ZemStatus zemsLogSum_64f(const Zem64f* src, Zem64f* dst, int len);
 ZEMSR_API ZemStatus zemsLogSum_16s_Sfs(const Zem16s* src, Zem16s* dst, int len, int scaleFactor);
 ZEMSR_API ZemStatus zemsLogSum_32s_Sfs(const Zem32s* src, Zem32s* dst, int len, int scaleFactor);
 
+/* ---- Filter banks -------------------------------------------------------------------------- */
+/* A bank: centre bins c[0 .. nFilter+1] and per filter a rising and a falling row of weights.
+ * mode: zemFBankMelWeights (1) or zemFBankFreqWeights (2), plus zemFBankFftMagnitude (4) to
+ * evaluate time frames through the transform.  Init forms build the bank inside the caller's
+ * buffer of the reported size (not to be freed); InitAlloc forms end with zemsFBankFree_*. */
+ZEMSR_API ZemStatus zemsMelFBankGetSize_32f(int frameLen, int nFilter, int mode, Zem32s* size);
+ZEMSR_API ZemStatus zemsMelFBankGetSize_16s(int frameLen, int nFilter, int mode, Zem32s* size);
+ZEMSR_API ZemStatus zemsMelFBankGetSize_32s(int frameLen, int nFilter, int mode, Zem32s* size);
+ZEMSR_API ZemStatus zemsMelFBankInitAlloc_32f(ZemsFBankState_32f** state, Zem32s* fftOrder, int frameLen,
+                                              Zem32f sampFreq, Zem32f lowFreq, Zem32f highFreq, int nFilter,
+                                              Zem32f melMul, Zem32f melDiv, int mode);
+ZEMSR_API ZemStatus zemsMelFBankInitAlloc_16s(ZemsFBankState_16s** state, Zem32s* fftOrder, int frameLen,
+                                              Zem32f sampFreq, Zem32f lowFreq, Zem32f highFreq, int nFilter,
+                                              Zem32f melMul, Zem32f melDiv, int mode);
+ZEMSR_API ZemStatus zemsMelFBankInit_32f(ZemsFBankState_32f* state, Zem32s* fftOrder, int frameLen, Zem32f sampFreq,
+                                         Zem32f lowFreq, Zem32f highFreq, int nFilter, Zem32f melMul, Zem32f melDiv,
+                                         int mode);
+ZEMSR_API ZemStatus zemsMelFBankInit_16s(ZemsFBankState_16s* state, Zem32s* fftOrder, int frameLen, Zem32f sampFreq,
+                                         Zem32f lowFreq, Zem32f highFreq, int nFilter, Zem32f melMul, Zem32f melDiv,
+                                         int mode);
+/* Fixed point: sampFreq, lowFreq and highFreq in Hertz, melMul and melDiv in Q15, weights in Q30. */
+ZEMSR_API ZemStatus zemsMelFBankInit_32s(ZemsFBankState_32s* state, Zem32s* fftOrder, int frameLen, Zem32s sampFreq,
+                                         Zem32s lowFreq, Zem32s highFreq, int nFilter, Zem32s melMul, Zem32s melDiv,
+                                         int mode);
+ZEMSR_API ZemStatus zemsMelLinFBankInitAlloc_32f(ZemsFBankState_32f** state, Zem32s* fftOrder, int frameLen,
+                                                 Zem32f sampFreq, Zem32f lowFreq, Zem32f highFreq, int nFilter,
+                                                 Zem32f linFreq, int nLinear, Zem32f melMul, Zem32f melDiv, int mode);
+ZEMSR_API ZemStatus zemsMelLinFBankInitAlloc_16s(ZemsFBankState_16s** state, Zem32s* fftOrder, int frameLen,
+                                                 Zem32f sampFreq, Zem32f lowFreq, Zem32f highFreq, int nFilter,
+                                                 Zem32f linFreq, int nLinear, Zem32f melMul, Zem32f melDiv, int mode);
+ZEMSR_API ZemStatus zemsEmptyFBankInitAlloc_32f(ZemsFBankState_32f** state, Zem32s* fftOrder, int frameLen,
+                                                int nFilter, int mode);
+ZEMSR_API ZemStatus zemsEmptyFBankInitAlloc_16s(ZemsFBankState_16s** state, Zem32s* fftOrder, int frameLen,
+                                                int nFilter, int mode);
+ZEMSR_API ZemStatus zemsMelFBankGetSizeLow_Aurora_32f(Zem32s* size);
+ZEMSR_API ZemStatus zemsMelFBankGetSizeLow_Aurora_16s(Zem32s* size);
+ZEMSR_API ZemStatus zemsMelFBankGetSizeHigh_Aurora_32f(Zem32s* size);
+ZEMSR_API ZemStatus zemsMelFBankGetSizeHigh_Aurora_16s(Zem32s* size);
+ZEMSR_API ZemStatus zemsMelFBankInitLow_Aurora_32f(ZemsFBankState_32f* state);
+ZEMSR_API ZemStatus zemsMelFBankInitLow_Aurora_16s(ZemsFBankState_16s* state);
+ZEMSR_API ZemStatus zemsMelFBankInitHigh_Aurora_32f(ZemsFBankState_32f* state);
+ZEMSR_API ZemStatus zemsMelFBankInitHigh_Aurora_16s(ZemsFBankState_16s* state);
+ZEMSR_API ZemStatus zemsMelFBankInitAllocLow_Aurora_32f(ZemsFBankState_32f** state);
+ZEMSR_API ZemStatus zemsMelFBankInitAllocLow_Aurora_16s(ZemsFBankState_16s** state);
+ZEMSR_API ZemStatus zemsMelFBankInitAllocHigh_Aurora_32f(ZemsFBankState_32f** state);
+ZEMSR_API ZemStatus zemsMelFBankInitAllocHigh_Aurora_16s(ZemsFBankState_16s** state);
+ZEMSR_API ZemStatus zemsFBankFree_32f(ZemsFBankState_32f* state);
+ZEMSR_API ZemStatus zemsFBankFree_16s(ZemsFBankState_16s* state);
+ZEMSR_API ZemStatus zemsFBankGetCenters_32f(const ZemsFBankState_32f* state, Zem32s* centers);
+ZEMSR_API ZemStatus zemsFBankGetCenters_16s(const ZemsFBankState_16s* state, Zem32s* centers);
+ZEMSR_API ZemStatus zemsFBankSetCenters_32f(ZemsFBankState_32f* state, const Zem32s* centers);
+ZEMSR_API ZemStatus zemsFBankSetCenters_16s(ZemsFBankState_16s* state, const Zem32s* centers);
+/* filterIndex counts from 1; coeffs: the rising run, then the falling run. */
+ZEMSR_API ZemStatus zemsFBankGetCoeffs_32f(const ZemsFBankState_32f* state, int filterIndex, Zem32f* coeffs);
+ZEMSR_API ZemStatus zemsFBankGetCoeffs_16s(const ZemsFBankState_16s* state, int filterIndex, Zem32f* coeffs);
+ZEMSR_API ZemStatus zemsFBankSetCoeffs_32f(ZemsFBankState_32f* state, int filterIndex, const Zem32f* coeffs);
+ZEMSR_API ZemStatus zemsFBankSetCoeffs_16s(ZemsFBankState_16s* state, int filterIndex, const Zem32f* coeffs);
+/* dst[i] = the weighted sum of filter i over src (a spectrum, or a time frame with mode bit 4). */
+ZEMSR_API ZemStatus zemsEvalFBank_32f(const Zem32f* src, Zem32f* dst, const ZemsFBankState_32f* state);
+ZEMSR_API ZemStatus zemsEvalFBank_16s_Sfs(const Zem16s* src, Zem16s* dst, const ZemsFBankState_16s* state,
+                                          int scaleFactor);
+ZEMSR_API ZemStatus zemsEvalFBank_16s32s_Sfs(const Zem16s* src, Zem32s* dst, const ZemsFBankState_16s* state,
+                                             int scaleFactor);
+ZEMSR_API ZemStatus zemsEvalFBank_32s_Sfs(const Zem32s* src, Zem32s* dst, const ZemsFBankState_32s* state,
+                                          int scaleFactor);
+/* mel(f) = melMul * ln(1 + f / melDiv) and its inverse, elementwise. */
+ZEMSR_API ZemStatus zemsLinearToMel_32f(const Zem32f* src, Zem32f* dst, int len, Zem32f melMul, Zem32f melDiv);
+ZEMSR_API ZemStatus zemsMelToLinear_32f(const Zem32f* src, Zem32f* dst, int len, Zem32f melMul, Zem32f melDiv);
+
 /* ---- Single-frame Gaussian scores: val - 0.5 * sum of (x[i] - m[i])^2 * w[i] ----------- */
 /* w is an inverse variance; IdVar forms have w = 1, DirectVar forms divide by a variance,
  * BlockDVar forms take a block diagonal precision matrix. */
