@@ -234,3 +234,102 @@ TEST(FilterBank, EmptyBanksCentresAndChecks) {
     EXPECT_NEAR(back[1], 1000.0f, 1e-3);
     EXPECT_EQ(zemsLinearToMel_32f(mels, back, 2, 0.0f, 700.0f), zemStatusBadSize);
 }
+
+namespace {
+// The mel bank's centres and weights from the stated steps: float quotients, double
+// logarithms and exponentials rounded to float, truncation or ties to even by mode.
+struct MelReference {
+    std::vector<Zem32s> c;
+    std::vector<std::vector<float>> rising, falling;
+    MelReference(int n, float fs, float lo, float hi, int nF, float mul, float div, int mode) : c(nF + 2) {
+        auto melQ = [&](float q) { return float(double(mul) * std::log(double(1.0f + q))); };
+        const float m0 = melQ(lo / div), m1 = melQ(hi / div), d = m1 - m0;
+        std::vector<float> m(nF + 2);
+        for (int k = 0; k <= nF + 1; ++k) {
+            m[k] = m0 + (float(k) * d) / float(nF + 1);
+            const float e = float(std::exp(double(m[k] / mul)) - 1.0);
+            const float b = ((float(n) / fs) * div) * e;
+            c[k] = (mode & 2) ? Zem32s(std::nearbyint(b)) : Zem32s(b);
+        }
+        auto melOf = [&](int k) { return melQ((float(k) * (fs / float(n))) / div); };
+        for (int i = 1; i <= nF; ++i) {
+            std::vector<float> r, f;
+            for (int k = c[i - 1]; k <= c[i]; ++k) {
+                if (mode & 2) r.push_back(float(k - c[i - 1] + 1) / float(c[i] - c[i - 1] + 1));
+                else r.push_back(k == c[i - 1] ? 0.0f : (melOf(k) - m[i - 1]) / (m[i] - m[i - 1]));
+            }
+            for (int k = c[i] + 1; k <= c[i + 1]; ++k) {
+                if (mode & 2) f.push_back(float(c[i + 1] - k + 1) / float(c[i + 1] - c[i] + 1));
+                else f.push_back((m[i + 1] - melOf(k)) / (m[i + 1] - m[i]));
+            }
+            rising.push_back(r);
+            falling.push_back(f);
+        }
+    }
+};
+}  // namespace
+
+TEST(FilterBank, MelCentresAndWeightsFollowTheirFormulas) {
+    for (float fs : {8000.0f, 16000.0f, 22050.0f})
+        for (int frameLen : {200, 256, 512})
+            for (int nF : {1, 13, 26, 40})
+                for (int mode : {1, 2}) {
+                    ZemsFBankState_32f* st = nullptr;
+                    Zem32s order = 0;
+                    const float hi = fs / 2;
+                    ASSERT_EQ(zemsMelFBankInitAlloc_32f(&st, &order, frameLen, fs, 60.0f, hi, nF, 1127.0f, 700.0f, mode), zemStatusOk);
+                    const MelReference ref(1 << order, fs, 60.0f, hi, nF, 1127.0f, 700.0f, mode);
+                    std::vector<Zem32s> c(nF + 2);
+                    const ZemStatus got = zemsFBankGetCenters_32f(st, c.data());
+                    ASSERT_EQ(got, zemStatusOk);
+                    ASSERT_EQ(c, ref.c) << fs << " " << frameLen << " " << nF << " " << mode;
+                    std::vector<float> run(1024);
+                    for (int i = 1; i <= nF; ++i) {
+                        ASSERT_EQ(zemsFBankGetCoeffs_32f(st, i, run.data()), zemStatusOk);
+                        size_t at = 0;
+                        for (float w : ref.rising[i - 1]) ASSERT_EQ(run[at++], w) << "rising, filter " << i;
+                        for (float w : ref.falling[i - 1]) ASSERT_EQ(run[at++], w) << "falling, filter " << i;
+                    }
+                    zemsFBankFree_32f(st);
+                }
+}
+
+TEST(FilterBank, FixedPointCentresAndTheSixteenBitTransformPath) {
+    // The integer centres agree with the float formula to within one bin.
+    Zem32s size = 0;
+    ASSERT_EQ(zemsMelFBankGetSize_32s(400, 24, 2, &size), zemStatusOk);
+    std::vector<Zem8u> buffer(size);
+    auto* b32 = reinterpret_cast<ZemsFBankState_32s*>(buffer.data());
+    Zem32s order = 0;
+    ASSERT_EQ(zemsMelFBankInit_32s(b32, &order, 400, 16000, 64, 8000, 24, 1127 << 15, 700 << 15, 2), zemStatusOk);
+    const Zem32s* c = *reinterpret_cast<Zem32s* const*>(b32);  // the record's first field
+    const double m0 = 1127.0 * std::log(1 + 64 / 700.0), m1 = 1127.0 * std::log(1 + 8000 / 700.0);
+    for (int k = 0; k <= 25; ++k) {
+        const double b = 512.0 / 16000.0 * 700.0 * (std::exp((m0 + k * (m1 - m0) / 25) / 1127.0) - 1.0);
+        EXPECT_NEAR(c[k], b, 1.0) << k;
+    }
+    // The 16-bit transform path: magnitudes of the frame through the bank's own rows.
+    zemtest::Random rnd(1007);
+    ZemsFBankState_16s* st = nullptr;
+    ASSERT_EQ(zemsMelFBankInitAlloc_16s(&st, &order, 256, 8000.0f, 100.0f, 4000.0f, 10, 1127.0f, 700.0f, 6), zemStatusOk);
+    const auto frame = rnd.integers<Zem16s>(256, -1000, 1000);
+    std::vector<Zem32s> y(10);
+    ASSERT_EQ(zemsEvalFBank_16s32s_Sfs(frame.data(), y.data(), st, 0), zemStatusOk);
+    std::vector<long double> mag(129);
+    for (int k = 0; k <= 128; ++k) {
+        std::complex<long double> s = 0;
+        for (int t = 0; t < 256; ++t) s += (long double)frame[t] * std::polar(1.0L, -2.0L * M_PI * k * t / 256);
+        mag[k] = std::abs(s);
+    }
+    std::vector<Zem32s> cc(12);
+    ASSERT_EQ(zemsFBankGetCenters_16s(st, cc.data()), zemStatusOk);
+    for (int i = 0; i < 10; ++i) {
+        // Q14 weights, magnitudes times 64 (two factors of 8), shifted by 14 + 6.
+        long double sum = 0;
+        for (int k = cc[i]; k <= cc[i + 1]; ++k) sum += (long double)((k - cc[i] + 1) * 16384 / (cc[i + 1] - cc[i] + 1)) * mag[k];
+        for (int k = cc[i + 1] + 1; k <= cc[i + 2]; ++k) sum += (long double)((cc[i + 2] - k + 1) * 16384 / (cc[i + 2] - cc[i + 1] + 1)) * mag[k];
+        const double want = double(sum * 64 / (1 << 20));
+        EXPECT_NEAR(y[i], want, std::fabs(want) * 1e-3 + 2) << i;
+    }
+    zemsFBankFree_16s(st);
+}
