@@ -433,36 +433,96 @@ ZemStatus setCoeffs(State* st, int filterIndex, const Zem32f* coeffs) {
 
 namespace {
 
-// One filter of a float bank: the rising slope over bins c[i] .. c[i+1] and the falling
-// one over c[i+1]+1 .. c[i+2], in eight lanes of one accumulator.  Rows hold zeros past
-// their runs, and the last partial group of bins is read with zero padding.
-simd::F32x8 filterLanes(const float* x, const Zem32s* c, int i, const float* low, const float* high) {
+// A float bank, span by span.  Span j holds the bins c[j] .. c[j+1]: all of them belong to
+// the rising slope of filter j, and all but the first also to the falling slope of filter
+// j-1, so each group of eight bins is loaded once for both.  Each filter's sum is kept as
+// eight lane sums until four filters are reduced together.
+struct Span {
+    const float* x;     // the spectrum
+    int64_t c0, c1;     // first and last bin
+};
+
+// Span j with both slopes: returns filter j-1, finished, and leaves filter j's rising sum
+// in open.  Lane k of a group holds bin c0+k, rise[k] and fall[k-1].
+inline simd::F32x8 sharedSpan(const Span& s, const float* rise, const float* fall, simd::F32x8& open) {
     using namespace simd;
-    F32x8 acc = splat(0.0f);
-    auto run = [&](const float* w, int64_t first, int64_t count) {
-        int64_t k = 0;
-        for (; k + 8 <= count; k += 8) acc = acc + load(w + k) * load(x + first + k);
-        if (k < count) acc = acc + loadFirst(w + k, static_cast<int>(count - k)) * loadFirst(x + first + k, static_cast<int>(count - k));
-    };
-    run(low, c[i], int64_t{c[i + 1]} - c[i] + 1);
-    run(high, int64_t{c[i + 1]} + 1, int64_t{c[i + 2]} - c[i + 1]);
-    return acc;
+    const int64_t n = s.c1 - s.c0 + 1;
+    const float* x = s.x + s.c0;
+    --fall;
+    const FirstLanes m0 = firstLanes(static_cast<int>(n));
+    const F32x8 x0 = load(x, m0);
+    F32x8 up = load(rise, m0) * x0;
+    F32x8 down = load(fall, butLane0(m0)) * x0;
+    for (int64_t k = 8; k < n; k += 8) {
+        const FirstLanes m = firstLanes(static_cast<int>(n - k));
+        const F32x8 xv = load(x + k, m);
+        up = up + load(rise + k, m) * xv;
+        down = down + load(fall + k, m) * xv;
+    }
+    // An empty falling span still reads its one bin, against a zero weight of the row.
+    if (n == 1) down = inLane0(fall[1] * x[1]);
+    const F32x8 done = open + down;
+    open = up;
+    return done;
+}
+
+// The last span: the falling slope of the last filter only, over bins c0+1 .. c1.
+inline simd::F32x8 lastSpan(const Span& s, const float* fall, simd::F32x8 open) {
+    using namespace simd;
+    const int64_t n = s.c1 - s.c0;
+    const float* x = s.x + s.c0 + 1;
+    F32x8 down = splat(0.0f);
+    int64_t k = 0;
+    for (; k + 8 <= n; k += 8) down = down + load(fall + k) * load(x + k);
+    if (k < n) {
+        const FirstLanes m = firstLanes(static_cast<int>(n - k));
+        down = down + load(fall + k, m) * load(x + k, m);
+    } else if (n == 0) {
+        down = inLane0(fall[0] * x[0]);
+    }
+    return open + down;
+}
+
+// The first span: the rising slope of filter 0 only.
+inline simd::F32x8 firstSpan(const Span& s, const float* rise) {
+    using namespace simd;
+    const int64_t n = s.c1 - s.c0 + 1;
+    const float* x = s.x + s.c0;
+    F32x8 up = splat(0.0f);
+    int64_t k = 0;
+    for (; k + 8 <= n; k += 8) up = up + load(rise + k) * load(x + k);
+    if (k < n) {
+        const FirstLanes m = firstLanes(static_cast<int>(n - k));
+        up = up + load(rise + k, m) * load(x + k, m);
+    }
+    return up;
 }
 
 void evalFloat(const float* x, float* dst, const ZemsFBankState_32f* st) {
+    using simd::F32x8;
     const Zem32s* c = st->centers;
-    int i = 0;
-    for (; i + 4 <= st->nFilter; i += 4)
-        simd::sumTree4(filterLanes(x, c, i, st->lowCoeffs[i], st->highCoeffs[i]),
-                       filterLanes(x, c, i + 1, st->lowCoeffs[i + 1], st->highCoeffs[i + 1]),
-                       filterLanes(x, c, i + 2, st->lowCoeffs[i + 2], st->highCoeffs[i + 2]),
-                       filterLanes(x, c, i + 3, st->lowCoeffs[i + 3], st->highCoeffs[i + 3]), dst + i);
-    for (; i < st->nFilter; ++i) {
-        float sums[4];
-        const auto lanes = filterLanes(x, c, i, st->lowCoeffs[i], st->highCoeffs[i]);
-        simd::sumTree4(lanes, lanes, lanes, lanes, sums);
-        dst[i] = sums[0];
+    const int nf = st->nFilter;
+    float* const* low = st->lowCoeffs;
+    float* const* high = st->highCoeffs;
+    auto span = [&](int j) { return Span{x, c[j], c[j + 1]}; };
+    F32x8 open = firstSpan(span(0), low[0]);
+    // Spans 1 .. nf-1 finish filters 0 .. nf-2, four at a time; span nf finishes the last.
+    int j = 1;
+    for (; j + 4 <= nf; j += 4) {
+        const F32x8 d0 = sharedSpan(span(j), low[j], high[j - 1], open);
+        const F32x8 d1 = sharedSpan(span(j + 1), low[j + 1], high[j], open);
+        const F32x8 d2 = sharedSpan(span(j + 2), low[j + 2], high[j + 1], open);
+        const F32x8 d3 = sharedSpan(span(j + 3), low[j + 3], high[j + 2], open);
+        simd::sumTree4(d0, d1, d2, d3, dst + j - 1);
     }
+    F32x8 rest[4];
+    int r = 0;
+    for (; j < nf; ++j) rest[r++] = sharedSpan(span(j), low[j], high[j - 1], open);
+    rest[r++] = lastSpan(span(nf), high[nf - 1], open);
+    float sums[4];
+    for (int k = r; k < 4; ++k) rest[k] = simd::splat(0.0f);
+    simd::sumTree4(rest[0], rest[1], rest[2], rest[3], sums);
+    for (int k = 0; k < r; ++k) dst[j - r + k] = sums[k];
 }
 
 // Integer banks: each product in 64 bits (wrapped to 32 bits first when asked), summed in

@@ -217,6 +217,17 @@ inline __m256i firstLanesMask32(int n) {
     return _mm256_cmpgt_epi32(_mm256_set1_epi32(n), _mm256_set_epi32(7, 6, 5, 4, 3, 2, 1, 0));
 }
 inline F32x8 loadFirst(const float* p, int n) { return {_mm256_maskload_ps(p, firstLanesMask32(n))}; }
+// The same as loadFirst for several arrays with one mask.
+// n may exceed the lane count: all lanes.
+struct FirstLanes { __m256i m; };
+inline FirstLanes firstLanes(int n) { return {firstLanesMask32(n)}; }
+// The same lanes but lane 0.
+inline FirstLanes butLane0(FirstLanes n) {
+    return {_mm256_and_si256(n.m, _mm256_set_epi32(-1, -1, -1, -1, -1, -1, -1, 0))};
+}
+inline F32x8 load(const float* p, FirstLanes n) { return {_mm256_maskload_ps(p, n.m)}; }
+// {v, 0, 0, 0, 0, 0, 0, 0}
+inline F32x8 inLane0(float v) { return {_mm256_zextps128_ps256(_mm_set_ss(v))}; }
 inline F64x4 loadFirst(const double* p, int n) {
     return {_mm256_maskload_pd(p, _mm256_cmpgt_epi64(_mm256_set1_epi64x(n), _mm256_set_epi64x(3, 2, 1, 0)))};
 }
@@ -237,6 +248,15 @@ inline F32x8 loadFirst(const float* p, int n) {
     for (int k = 0; k < n; ++k) lanes[k] = p[k];
     return load(lanes);
 }
+struct FirstLanes { int from, n; };
+inline FirstLanes firstLanes(int n) { return {0, n < 8 ? n : 8}; }
+inline FirstLanes butLane0(FirstLanes n) { return {n.n > 0 ? 1 : 0, n.n}; }
+inline F32x8 load(const float* p, FirstLanes n) {
+    float lanes[8] = {};
+    for (int k = n.from; k < n.n; ++k) lanes[k] = p[k];
+    return load(lanes);
+}
+inline F32x8 inLane0(float v) { return {_mm_set_ss(v), _mm_setzero_ps()}; }
 inline F64x4 loadFirst(const double* p, int n) {
     double lanes[4] = {};
     for (int k = 0; k < n; ++k) lanes[k] = p[k];

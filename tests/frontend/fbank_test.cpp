@@ -113,6 +113,44 @@ TEST(FilterBank, MelBankEvaluationMatchesItsRows) {
     }
 }
 
+// Random centre layouts (coinciding centres, spans of 0 to 40 bins, 1 to 11 filters) with
+// random rows.  The spectrum holds exactly the bins up to one past the last centre, the
+// most the evaluation may read, and every bin outside the filters is infinite.
+TEST(FilterBank, FloatEvaluationOverArbitrarySpans) {
+    zemtest::Random rnd(1003);
+    for (int trial = 0; trial < 300; ++trial) {
+        const int nf = static_cast<int>(rnd.integer(1, 11));
+        ZemsFBankState_32f* st = nullptr;
+        Zem32s order = 0;
+        ASSERT_EQ(zemsEmptyFBankInitAlloc_32f(&st, &order, 1024, nf, 1), zemStatusOk);
+        std::vector<Zem32s> c(nf + 2);
+        c[0] = static_cast<Zem32s>(rnd.integer(0, 20));
+        for (int i = 1; i < nf + 2; ++i) c[i] = c[i - 1] + static_cast<Zem32s>(rnd.integer(0, 4) == 0 ? 0 : rnd.integer(1, 40));
+        ASSERT_EQ(zemsFBankSetCenters_32f(st, c.data()), zemStatusOk);
+        for (int i = 1; i <= nf; ++i) {
+            const auto w = rnd.uniform<float>(c[i + 1] - c[i - 1] + 1, -1, 1);
+            ASSERT_EQ(zemsFBankSetCoeffs_32f(st, i, w.data()), zemStatusOk);
+        }
+        std::vector<float> spectrum = rnd.uniform<float>(c[nf + 1] + 2, 0, 10);
+        for (int k = 0; k < c[0]; ++k) spectrum[k] = INFINITY;
+        // Past a last span of several bins the extra bin is outside every filter too.
+        if (c[nf + 1] > c[nf]) spectrum[c[nf + 1] + 1] = INFINITY;
+        std::vector<long double> x(spectrum.begin(), spectrum.end());
+        std::vector<float> y(nf);
+        ASSERT_EQ(zemsEvalFBank_32f(spectrum.data(), y.data(), st), zemStatusOk);
+        const auto want = directSums(st, nf, x, zemsFBankGetCenters_32f, zemsFBankGetCoeffs_32f);
+        for (int i = 0; i < nf; ++i)
+            EXPECT_NEAR(y[i], (double)want[i], 1e-5 * (c[i + 2] - c[i] + 1) * 10) << trial << " " << i;
+        // An empty last span still reads its one bin.
+        if (c[nf + 1] == c[nf]) {
+            spectrum[c[nf + 1] + 1] = NAN;
+            ASSERT_EQ(zemsEvalFBank_32f(spectrum.data(), y.data(), st), zemStatusOk);
+            EXPECT_TRUE(std::isnan(y[nf - 1]));
+        }
+        ASSERT_EQ(zemsFBankFree_32f(st), zemStatusOk);
+    }
+}
+
 TEST(FilterBank, TransformPathAgainstADoubleSpectrum) {
     zemtest::Random rnd(1003);
     ZemsFBankState_32f* st = nullptr;
