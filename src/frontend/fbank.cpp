@@ -515,14 +515,25 @@ void evalFloat(const float* x, float* dst, const ZemsFBankState_32f* st) {
         const F32x8 d3 = sharedSpan(span(j + 3), low[j + 3], high[j + 2], open);
         simd::sumTree4(d0, d1, d2, d3, dst + j - 1);
     }
-    F32x8 rest[4];
-    int r = 0;
-    for (; j < nf; ++j) rest[r++] = sharedSpan(span(j), low[j], high[j - 1], open);
-    rest[r++] = lastSpan(span(nf), high[nf - 1], open);
+    // One to four filters left: spans j .. nf-1 and the last span, kept in registers.
+    const F32x8 zero = simd::splat(0.0f);
     float sums[4];
-    for (int k = r; k < 4; ++k) rest[k] = simd::splat(0.0f);
-    simd::sumTree4(rest[0], rest[1], rest[2], rest[3], sums);
-    for (int k = 0; k < r; ++k) dst[j - r + k] = sums[k];
+    auto last = [&] { return lastSpan(span(nf), high[nf - 1], open); };
+    auto shared = [&](int k) { return sharedSpan(span(k), low[k], high[k - 1], open); };
+    const int r = nf - j + 1;
+    if (r == 1) {
+        simd::sumTree4(last(), zero, zero, zero, sums);
+    } else if (r == 2) {
+        const F32x8 d0 = shared(j);
+        simd::sumTree4(d0, last(), zero, zero, sums);
+    } else if (r == 3) {
+        const F32x8 d0 = shared(j), d1 = shared(j + 1);
+        simd::sumTree4(d0, d1, last(), zero, sums);
+    } else {
+        const F32x8 d0 = shared(j), d1 = shared(j + 1), d2 = shared(j + 2);
+        simd::sumTree4(d0, d1, d2, last(), sums);
+    }
+    for (int k = 0; k < r; ++k) dst[j - 1 + k] = sums[k];
 }
 
 // Integer banks: each product in 64 bits (wrapped to 32 bits first when asked), summed in
