@@ -201,6 +201,125 @@ ZEMSR_API ZemStatus zemsEvalFBank_32s_Sfs(const Zem32s* src, Zem32s* dst, const 
 ZEMSR_API ZemStatus zemsLinearToMel_32f(const Zem32f* src, Zem32f* dst, int len, Zem32f melMul, Zem32f melDiv);
 ZEMSR_API ZemStatus zemsMelToLinear_32f(const Zem32f* src, Zem32f* dst, int len, Zem32f melMul, Zem32f melDiv);
 
+/* ---- DCT liftering ------------------------------------------------------------------------ */
+/* dst[i-1] = lifter[i] * sum_j src[j] * cos((j + 0.5) * i * pi / lenDCT), i = 1 .. lenCepstrum;
+ * the C0 forms append the zeroth coefficient last.  lifter[i] = (1 + nLifter/2 * sin(i pi /
+ * nLifter)) * val; the Mul forms take lenCepstrum weights from the caller.  Init forms build
+ * the state in the caller's buffer of the reported size (not to be freed). */
+ZEMSR_API ZemStatus zemsDCTLifterGetSize_32f(int lenDCT, int lenCepstrum, Zem32s* size);
+ZEMSR_API ZemStatus zemsDCTLifterGetSize_C0_32f(int lenDCT, int lenCepstrum, Zem32s* size);
+ZEMSR_API ZemStatus zemsDCTLifterGetSize_Mul_32f(int lenDCT, int lenCepstrum, Zem32s* size);
+ZEMSR_API ZemStatus zemsDCTLifterGetSize_MulC0_32f(int lenDCT, int lenCepstrum, Zem32s* size);
+ZEMSR_API ZemStatus zemsDCTLifterGetSize_16s(int lenDCT, int lenCepstrum, Zem32s* size);
+ZEMSR_API ZemStatus zemsDCTLifterGetSize_C0_16s(int lenDCT, int lenCepstrum, Zem32s* size);
+ZEMSR_API ZemStatus zemsDCTLifterGetSize_Mul_16s(int lenDCT, int lenCepstrum, Zem32s* size);
+/* The size for zemsDCTLifterInit_MulC0_16s, whose rows have their own layout; lenDCT <= 8192. */
+ZEMSR_API ZemStatus zemsDCTLifterGetSize_MulC0_16s(int lenDCT, int lenCepstrum, Zem32s* size);
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_32f(ZemsDCTLifterState_32f** state, int lenDCT, int lenCepstrum,
+                                               int nLifter, Zem32f val);
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_16s(ZemsDCTLifterState_16s** state, int lenDCT, int lenCepstrum,
+                                               int nLifter, Zem32f val);
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_C0_32f(ZemsDCTLifterState_32f** state, int lenDCT, int lenCepstrum,
+                                                  int nLifter, Zem32f val, Zem32f val0);
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_C0_16s(ZemsDCTLifterState_16s** state, int lenDCT, int lenCepstrum,
+                                                  int nLifter, Zem32f val, Zem32f val0);
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_Mul_32f(ZemsDCTLifterState_32f** state, int lenDCT,
+                                                   const Zem32f* lifterTable, int lenCepstrum);
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_Mul_16s(ZemsDCTLifterState_16s** state, int lenDCT,
+                                                   const Zem32f* lifterTable, int lenCepstrum);
+/* MulC0: the zeroth coefficient takes the last entry of the table. */
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_MulC0_32f(ZemsDCTLifterState_32f** state, int lenDCT,
+                                                     const Zem32f* lifterTable, int lenCepstrum);
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_MulC0_16s(ZemsDCTLifterState_16s** state, int lenDCT,
+                                                     const Zem32f* lifterTable, int lenCepstrum);
+ZEMSR_API ZemStatus zemsDCTLifterInit_32f(ZemsDCTLifterState_32f* state, int lenDCT, int lenCepstrum, int nLifter,
+                                          Zem32f val);
+ZEMSR_API ZemStatus zemsDCTLifterInit_16s(ZemsDCTLifterState_16s* state, int lenDCT, int lenCepstrum, int nLifter,
+                                          Zem32f val);
+ZEMSR_API ZemStatus zemsDCTLifterInit_C0_32f(ZemsDCTLifterState_32f* state, int lenDCT, int lenCepstrum,
+                                             int nLifter, Zem32f val, Zem32f val0);
+ZEMSR_API ZemStatus zemsDCTLifterInit_C0_16s(ZemsDCTLifterState_16s* state, int lenDCT, int lenCepstrum,
+                                             int nLifter, Zem32f val, Zem32f val0);
+ZEMSR_API ZemStatus zemsDCTLifterInit_Mul_32f(ZemsDCTLifterState_32f* state, int lenDCT, const Zem32f* lifterTable,
+                                              int lenCepstrum);
+ZEMSR_API ZemStatus zemsDCTLifterInit_Mul_16s(ZemsDCTLifterState_16s* state, int lenDCT, const Zem32f* lifterTable,
+                                              int lenCepstrum);
+ZEMSR_API ZemStatus zemsDCTLifterInit_MulC0_32f(ZemsDCTLifterState_32f* state, int lenDCT,
+                                                const Zem32f* lifterTable, int lenCepstrum);
+/* Here, unlike the allocating form, the table is integer: each entry is converted to float. */
+ZEMSR_API ZemStatus zemsDCTLifterInit_MulC0_16s(ZemsDCTLifterState_16s* state, int lenDCT,
+                                                const Zem32s* lifterTable, int lenCepstrum);
+ZEMSR_API ZemStatus zemsDCTLifterFree_32f(ZemsDCTLifterState_32f* state);
+ZEMSR_API ZemStatus zemsDCTLifterFree_16s(ZemsDCTLifterState_16s* state);
+ZEMSR_API ZemStatus zemsDCTLifter_32f(const Zem32f* src, Zem32f* dst, const ZemsDCTLifterState_32f* state);
+/* Computed in float, stored times 2^-scaleFactor, rounded to nearest and saturated. */
+ZEMSR_API ZemStatus zemsDCTLifter_16s_Sfs(const Zem16s* src, Zem16s* dst, const ZemsDCTLifterState_16s* state,
+                                          int scaleFactor);
+ZEMSR_API ZemStatus zemsDCTLifter_32s16s_Sfs(const Zem32s* src, Zem16s* dst, const ZemsDCTLifterState_16s* state,
+                                             int scaleFactor);
+
+/* ---- Delta features ------------------------------------------------------------------------ */
+/* Streaming: each call takes `height` new frames, writes them into dst rows (dstStep elements
+ * apart) as statics X followed by deltas D (and delta-deltas E), and finishes the rows whose
+ * window is complete.  flags: zemDeltaFirstBlock, zemDeltaLastBlock.  Between calls dst must
+ * stand H rows before the row of the next new frame (H = 2, 3, 4, 6 or 8 by family): the
+ * matrix is the state.  Win1: D(t) = a (X(t+1) - X(t-1)); Win2 adds 2 (X(t+2) - X(t-2));
+ * rows outside the utterance are replaced by the nearest one. */
+ZEMSR_API ZemStatus zemsDelta_Win1_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
+                                          Zem32f val, int flags);
+ZEMSR_API ZemStatus zemsDelta_Win2_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
+                                          Zem32f val, int flags);
+ZEMSR_API ZemStatus zemsDelta_Win1_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
+                                             Zem16s val, int flags, int scaleFactor);
+ZEMSR_API ZemStatus zemsDelta_Win2_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
+                                             Zem16s val, int flags, int scaleFactor);
+ZEMSR_API ZemStatus zemsDeltaDelta_Win1_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
+                                               Zem32f valD, Zem32f valDD, int flags);
+ZEMSR_API ZemStatus zemsDeltaDelta_Win2_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
+                                               Zem32f valD, Zem32f valDD, int flags);
+ZEMSR_API ZemStatus zemsDeltaDelta_Win1_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep,
+                                                  int height, Zem16s valD, Zem16s valDD, int flags, int scaleFactor);
+ZEMSR_API ZemStatus zemsDeltaDelta_Win2_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep,
+                                                  int height, Zem16s valD, Zem16s valDD, int flags, int scaleFactor);
+/* Mul forms: mulTable holds the static multipliers, then those of the delta (and delta-delta). */
+ZEMSR_API ZemStatus zemsDeltaMul_Win1_32f_D2(const Zem32f* src, const Zem32f* mulTable, int width, Zem32f* dst,
+                                             int dstStep, int height, int flags);
+ZEMSR_API ZemStatus zemsDeltaMul_Win2_32f_D2(const Zem32f* src, const Zem32f* mulTable, int width, Zem32f* dst,
+                                             int dstStep, int height, int flags);
+ZEMSR_API ZemStatus zemsDeltaDeltaMul_Win1_32f_D2(const Zem32f* src, const Zem32f* mulTable, int width,
+                                                  Zem32f* dst, int dstStep, int height, int flags);
+ZEMSR_API ZemStatus zemsDeltaDeltaMul_Win2_32f_D2(const Zem32f* src, const Zem32f* mulTable, int width,
+                                                  Zem32f* dst, int dstStep, int height, int flags);
+ZEMSR_API ZemStatus zemsDeltaMul_Win1_16s_D2Sfs(const Zem16s* src, const Zem16s* mulTable, int width, Zem16s* dst,
+                                                int dstStep, int height, int flags, int scaleFactor);
+ZEMSR_API ZemStatus zemsDeltaMul_Win2_16s_D2Sfs(const Zem16s* src, const Zem16s* mulTable, int width, Zem16s* dst,
+                                                int dstStep, int height, int flags, int scaleFactor);
+ZEMSR_API ZemStatus zemsDeltaDeltaMul_Win1_16s_D2Sfs(const Zem16s* src, const Zem16s* mulTable, int width,
+                                                     Zem16s* dst, int dstStep, int height, int flags, int scaleFactor);
+ZEMSR_API ZemStatus zemsDeltaDeltaMul_Win2_16s_D2Sfs(const Zem16s* src, const Zem16s* mulTable, int width,
+                                                     Zem16s* dst, int dstStep, int height, int flags, int scaleFactor);
+/* Aurora: source frames of 14 (12 cepstra, c0, log energy), rows of 13 statics (the 13th is
+ * 0.6 c0 / 23 + 0.4 logE), 13 deltas and 13 delta-deltas, nine-tap windows. */
+ZEMSR_API ZemStatus zemsDeltaDelta_Aurora_32f_D2(const Zem32f* src, Zem32f* dst, int dstStep, int height, int flags);
+ZEMSR_API ZemStatus zemsDeltaDelta_Aurora_16s_D2Sfs(const Zem16s* src, Zem16s* dst, int dstStep, int height,
+                                                    int flags, int scaleFactor);
+ZEMSR_API ZemStatus zemsDeltaDeltaMul_Aurora_32f_D2(const Zem32f* src, const Zem32f* mulTable, Zem32f* dst,
+                                                    int dstStep, int height, int flags);
+ZEMSR_API ZemStatus zemsDeltaDeltaMul_Aurora_16s_D2Sfs(const Zem16s* src, const Zem16s* mulTable, Zem16s* dst,
+                                                       int dstStep, int height, int flags, int scaleFactor);
+/* Batch, in place over a whole utterance: statics at columns offset .. offset+width-1, the
+ * delta written after them.  D(t) = val * sum_{k=1..winSize} k (X(t+k) - X(t-k)), with row 0
+ * for every past row in the first winSize rows and the last row for every future row in the
+ * last winSize rows.  The Mul forms read the multipliers at mulTable[width + j]. */
+ZEMSR_API ZemStatus zemsEvalDelta_32f_D2(Zem32f* srcDst, int height, int step, int width, int offset, int winSize,
+                                         Zem32f val);
+ZEMSR_API ZemStatus zemsEvalDelta_16s_D2Sfs(Zem16s* srcDst, int height, int step, int width, int offset,
+                                            int winSize, Zem16s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsEvalDeltaMul_32f_D2(Zem32f* srcDst, int height, int step, const Zem32f* mulTable, int width,
+                                            int offset, int winSize);
+ZEMSR_API ZemStatus zemsEvalDeltaMul_16s_D2Sfs(Zem16s* srcDst, int height, int step, const Zem16s* mulTable,
+                                               int width, int offset, int winSize, int scaleFactor);
+
 /* ---- Single-frame Gaussian scores: val - 0.5 * sum of (x[i] - m[i])^2 * w[i] ----------- */
 /* w is an inverse variance; IdVar forms have w = 1, DirectVar forms divide by a variance,
  * BlockDVar forms take a block diagonal precision matrix. */

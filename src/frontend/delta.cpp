@@ -1,0 +1,533 @@
+// Delta and delta-delta features.
+//
+// Streaming: each call appends a block of frames to a feature matrix (statics X, then
+// deltas D and delta-deltas E in every row) and finishes the rows whose window the block
+// completes; the rows still open wait in the matrix for the next call.  Batch: deltas of
+// any window over a whole utterance, in place.
+#include <climits>
+#include <cmath>
+#include <cstdint>
+
+#include "frame/scale.h"
+#include "primitives/simd.h"
+#include "zemsr.h"
+
+namespace {
+
+namespace simd = zem::simd;
+
+// ---- Integer rules ---------------------------------------------------------------------------------
+
+// Shift by the scale factor, the count taken modulo 32: right (arithmetic) when positive,
+// left when negative, in 32 bits.
+inline int32_t scaleShift(int32_t v, int scaleFactor) {
+    if (scaleFactor > 0) return v >> (scaleFactor & 31);
+    if (scaleFactor < 0) return static_cast<int32_t>(static_cast<uint32_t>(v) << ((-scaleFactor) & 31));
+    return v;
+}
+
+inline int32_t mul32(int32_t a, int32_t b) {
+    return static_cast<int32_t>(static_cast<uint32_t>(static_cast<int64_t>(a) * b));
+}
+
+// The difference of two stored values: 32-bit, or wrapped to 16 bits.
+template <bool kWrap>
+inline int32_t diff(int32_t a, int32_t b) {
+    const int32_t d = a - b;
+    return kWrap ? static_cast<int16_t>(static_cast<uint16_t>(d)) : d;
+}
+
+// Float to integer, truncated toward zero and limited to the 32-bit range (NaN to 0).
+inline int32_t truncate32(float v) {
+    if (!(v == v)) return 0;
+    if (v >= 2147483648.0f) return INT32_MAX;
+    if (v <= -2147483648.0f) return INT32_MIN;
+    return static_cast<int32_t>(v);
+}
+
+// ---- Streaming engine ------------------------------------------------------------------------------
+
+// Row geometry of a family: history depth H, and the lags of the rows whose delta and
+// delta-delta a new row completes.  Delta rows need radius rD of statics, delta-delta rows
+// radius rE of deltas (or of statics in the nine-tap form).
+struct Geometry {
+    int h, dLag, eLag, rD, rE;
+    bool hasE;
+};
+
+constexpr Geometry kDeltaWin1{2, 1, 0, 1, 0, false};
+constexpr Geometry kDeltaWin2{4, 2, 0, 2, 0, false};
+constexpr Geometry kDeltaDeltaWin1{3, 2, 1, 1, 1, true};
+constexpr Geometry kDeltaDeltaWin2{6, 4, 2, 2, 2, true};
+constexpr Geometry kAurora{8, 4, 4, 4, 4, true};
+
+// Rows t-r .. t+r of the matrix, each index limited to lo .. hi (the nearest row of the
+// utterance stands for one outside it).
+template <class T>
+struct Window {
+    T* at[9];
+    const T* operator[](int k) const { return at[k + 4]; }
+};
+
+template <class T>
+Window<T> window(T* base, int64_t step, int64_t t, int r, int64_t lo, int64_t hi) {
+    Window<T> w{};
+    for (int k = -r; k <= r; ++k) {
+        int64_t i = t + k;
+        i = i < lo ? lo : (i > hi ? hi : i);
+        w.at[k + 4] = base + i * step;
+    }
+    return w;
+}
+
+// The three stages over one call.  Family supplies the statics of a frame and the delta
+// and delta-delta of a row from its window.
+template <class Family>
+void stream(const typename Family::Src* src, typename Family::T* dst, int64_t step, int height, int flags,
+            const Family& fam) {
+    const Geometry g = Family::kGeometry;
+    const bool first = (flags & zemDeltaFirstBlock) != 0;
+    const int64_t lo = first ? 0 : INT64_MIN / 2;
+    const int64_t open = INT64_MAX / 2;
+    auto doD = [&](int64_t t, int64_t hi) { fam.delta(dst + t * step, window(dst, step, t, g.rD, lo, hi)); };
+    auto doE = [&](int64_t t, int64_t hi) {
+        if constexpr (Family::kGeometry.hasE) fam.deltaDelta(dst + t * step, window(dst, step, t, g.rE, lo, hi));
+    };
+    const int64_t r0 = first ? 0 : g.h;
+    for (int f = 0; f < height; ++f) {
+        const int64_t t = r0 + f;
+        fam.statics(src + int64_t{f} * Family::srcWidth(fam), dst + t * step);
+        if (first && t == g.h - 1) {
+            for (int64_t r = 0; r < g.dLag; ++r) doD(r, open);
+            if (g.hasE)
+                for (int64_t r = 0; r < g.eLag; ++r) doE(r, open);
+        } else if (t >= g.h) {
+            doD(t - g.h + g.dLag, open);
+            if (g.hasE) doE(t - g.h + g.eLag, open);
+        }
+    }
+    if (flags & zemDeltaLastBlock) {
+        const int64_t h = first ? height - g.h : height;
+        const int64_t hi = h + g.h - 1;
+        for (int64_t t = h + g.dLag; t <= hi; ++t) doD(t, hi);
+        if (g.hasE)
+            for (int64_t t = h + g.eLag; t <= hi; ++t) doE(t, hi);
+    }
+}
+
+// The checks of the streaming family, in their order.
+ZemStatus checkStream(bool anyNull, int width, int height, int flags, int dstStep, int minStep, int h) {
+    if (anyNull) return zemStatusNullPointer;
+    if (width < 1 || height < 0) return zemStatusBadSize;
+    if (height == 0 && !(flags & zemDeltaLastBlock)) return zemStatusBadSize;
+    if (dstStep < minStep) return zemStatusBadStride;
+    if ((flags & zemDeltaFirstBlock) && height < h) return zemStatusBadSize;
+    return zemStatusOk;
+}
+
+// ---- Float Win families ----------------------------------------------------------------------------
+
+// out[j] = a[j] * (p1[j] - m1[j])  or  a[j] * ((p1[j] - m1[j]) + 2 (p2[j] - m2[j])),
+// eight columns a step; a is one value or a row of multipliers.
+template <bool kWin2, bool kPerColumn>
+void differenceRow(float* out, const float* m2, const float* m1, const float* p1, const float* p2, const float* a,
+                   float aConst, int width) {
+    using simd::F32x8;
+    const F32x8 two = simd::splat(2.0f), aSplat = simd::splat(aConst);
+    auto lanes = [&](F32x8 vm2, F32x8 vm1, F32x8 vp1, F32x8 vp2, F32x8 va) {
+        F32x8 d = vp1 - vm1;
+        if constexpr (kWin2) d = d + two * (vp2 - vm2);
+        return va * d;
+    };
+    int j = 0;
+    for (; j + 8 <= width; j += 8) {
+        const F32x8 va = kPerColumn ? simd::load(a + j) : aSplat;
+        const F32x8 vm2 = kWin2 ? simd::load(m2 + j) : aSplat, vp2 = kWin2 ? simd::load(p2 + j) : aSplat;
+        simd::store(out + j, lanes(vm2, simd::load(m1 + j), simd::load(p1 + j), vp2, va));
+    }
+    if (j < width) {
+        const int n = width - j;
+        const F32x8 va = kPerColumn ? simd::loadFirst(a + j, n) : aSplat;
+        const F32x8 vm2 = kWin2 ? simd::loadFirst(m2 + j, n) : aSplat, vp2 = kWin2 ? simd::loadFirst(p2 + j, n) : aSplat;
+        float tail[8];
+        simd::store(tail, lanes(vm2, simd::loadFirst(m1 + j, n), simd::loadFirst(p1 + j, n), vp2, va));
+        for (int k = 0; k < n; ++k) out[j + k] = tail[k];
+    }
+}
+
+template <Geometry G, bool kWin2, bool kMul>
+struct WinFloat {
+    using Src = Zem32f;
+    using T = Zem32f;
+    static constexpr Geometry kGeometry = G;
+    int width;
+    float a, b;
+    const float* mul;  // static, delta and delta-delta rows of width each (Mul forms)
+
+    static int64_t srcWidth(const WinFloat& f) { return f.width; }
+    void statics(const float* frame, float* row) const {
+        if constexpr (kMul) {
+            int j = 0;
+            for (; j + 8 <= width; j += 8) simd::store(row + j, simd::load(frame + j) * simd::load(mul + j));
+            for (; j < width; ++j) row[j] = frame[j] * mul[j];
+        } else {
+            for (int j = 0; j < width; ++j) row[j] = frame[j];
+        }
+    }
+    void delta(float* row, const Window<float>& w) const {
+        const int o = 0;
+        differenceRow<kWin2, kMul>(row + width, kWin2 ? w[-2] + o : nullptr, w[-1] + o, w[1] + o,
+                                   kWin2 ? w[2] + o : nullptr, kMul ? mul + width : nullptr, a, width);
+    }
+    void deltaDelta(float* row, const Window<float>& w) const {
+        const int o = width;
+        differenceRow<kWin2, kMul>(row + 2 * width, kWin2 ? w[-2] + o : nullptr, w[-1] + o, w[1] + o,
+                                   kWin2 ? w[2] + o : nullptr, kMul ? mul + 2 * width : nullptr, b, width);
+    }
+};
+
+// ---- Integer Win families --------------------------------------------------------------------------
+
+template <Geometry G, bool kWin2, bool kMul, bool kWrap>
+struct WinInt {
+    using Src = Zem16s;
+    using T = Zem16s;
+    static constexpr Geometry kGeometry = G;
+    int width;
+    int32_t a, b;
+    const Zem16s* mul;
+    int scaleFactor;
+
+    static int64_t srcWidth(const WinInt& f) { return f.width; }
+    void statics(const Zem16s* frame, Zem16s* row) const {
+        for (int j = 0; j < width; ++j)
+            row[j] = kMul ? zem::saturate16(scaleShift(mul32(frame[j], mul[j]), scaleFactor)) : frame[j];
+    }
+    // sat(scale(a * diff)), diff = d1 or d1 + 2 d2 of the columns at offset o.
+    void differences(Zem16s* out, const Window<Zem16s>& w, int o, int32_t aConst, const Zem16s* aRow) const {
+        for (int j = 0; j < width; ++j) {
+            int32_t d = diff<kWrap>(w[1][o + j], w[-1][o + j]);
+            if constexpr (kWin2) d = d + 2 * diff<kWrap>(w[2][o + j], w[-2][o + j]);
+            const int32_t m = kMul ? aRow[j] : aConst;
+            out[j] = zem::saturate16(scaleShift(mul32(m, d), scaleFactor));
+        }
+    }
+    void delta(Zem16s* row, const Window<Zem16s>& w) const {
+        differences(row + width, w, 0, a, kMul ? mul + width : nullptr);
+    }
+    void deltaDelta(Zem16s* row, const Window<Zem16s>& w) const {
+        differences(row + 2 * width, w, width, b, kMul ? mul + 2 * width : nullptr);
+    }
+};
+
+// ---- Nine-tap families -----------------------------------------------------------------------------
+
+constexpr float kTapsD[9] = {-1.0f, -0.75f, -0.5f, -0.25f, 0.0f, 0.25f, 0.5f, 0.75f, 1.0f};
+constexpr float kTapsE[9] = {1.0f, 0.25f, -0.285714f, -0.607143f, -0.714286f, -0.607143f, -0.285714f, 0.25f, 1.0f};
+constexpr int kAuroraSrc = 14, kAuroraWidth = 13;
+
+// 0.6 c0 / 23 + 0.4 logE, in float.
+inline float composite(float c0, float logE) { return (0.6f * c0) / 23.0f + 0.4f * logE; }
+
+// sum over k = -4 .. 4 of taps[k] X(t+k)[j], in that order, for the 13 columns.
+inline void tapRow(float* out, const Window<float>& w, const float* taps) {
+    using simd::F32x8;
+    F32x8 lo = simd::splat(taps[0]) * simd::load(w[-4]);
+    F32x8 hi = simd::splat(taps[0]) * simd::loadFirst(w[-4] + 8, 5);
+    for (int k = -3; k <= 4; ++k) {
+        lo = lo + simd::splat(taps[k + 4]) * simd::load(w[k]);
+        hi = hi + simd::splat(taps[k + 4]) * simd::loadFirst(w[k] + 8, 5);
+    }
+    simd::store(out, lo);
+    float tail[8];
+    simd::store(tail, hi);
+    for (int k = 0; k < 5; ++k) out[8 + k] = tail[k];
+}
+
+template <bool kMul>
+struct AuroraFloat {
+    using Src = Zem32f;
+    using T = Zem32f;
+    static constexpr Geometry kGeometry = kAurora;
+    const float* mul;  // 39 entries: statics, deltas, delta-deltas
+
+    static int64_t srcWidth(const AuroraFloat&) { return kAuroraSrc; }
+    void statics(const float* frame, float* row) const {
+        for (int j = 0; j < 12; ++j) row[j] = kMul ? frame[j] * mul[j] : frame[j];
+        const float c = composite(frame[12], frame[13]);
+        row[12] = kMul ? c * mul[12] : c;
+    }
+    void delta(float* row, const Window<float>& w) const {
+        tapRow(row + kAuroraWidth, w, kTapsD);
+        if constexpr (kMul)
+            for (int j = 0; j < kAuroraWidth; ++j) row[kAuroraWidth + j] = mul[13 + j] * row[kAuroraWidth + j];
+    }
+    void deltaDelta(float* row, const Window<float>& w) const {
+        tapRow(row + 2 * kAuroraWidth, w, kTapsE);
+        if constexpr (kMul)
+            for (int j = 0; j < kAuroraWidth; ++j) row[26 + j] = mul[26 + j] * row[26 + j];
+    }
+};
+
+// The integer nine-tap forms shift right by the low five bits of the scale factor, also
+// when it is negative; the deltas by two more.
+template <bool kMul>
+struct AuroraInt {
+    using Src = Zem16s;
+    using T = Zem16s;
+    static constexpr Geometry kGeometry = kAurora;
+    const Zem16s* mul;
+    int shift;  // scaleFactor & 31
+
+    static int64_t srcWidth(const AuroraInt&) { return kAuroraSrc; }
+    void statics(const Zem16s* frame, Zem16s* row) const {
+        for (int j = 0; j < 12; ++j)
+            row[j] = kMul ? zem::saturate16(mul32(mul[j], frame[j]) >> shift) : static_cast<Zem16s>(frame[j] >> shift);
+        float c = composite(static_cast<float>(frame[12]), static_cast<float>(frame[13]));
+        if constexpr (kMul) c = c * static_cast<float>(mul[12]);
+        row[12] = zem::saturate16(truncate32(c) >> shift);
+    }
+    void delta(Zem16s* row, const Window<Zem16s>& w) const {
+        const int s = (shift + 2) & 31;
+        for (int j = 0; j < kAuroraWidth; ++j) {
+            int32_t sum = 0;
+            for (int k = 1; k <= 4; ++k) sum += k * (int32_t{w[k][j]} - w[-k][j]);
+            if constexpr (kMul) sum = mul32(mul[13 + j], sum);
+            row[kAuroraWidth + j] = zem::saturate16(sum >> s);
+        }
+    }
+    void deltaDelta(Zem16s* row, const Window<Zem16s>& w) const {
+        for (int j = 0; j < kAuroraWidth; ++j) {
+            float sum = kTapsE[0] * static_cast<float>(w[-4][j]);
+            for (int k = -3; k <= 4; ++k) sum = sum + kTapsE[k + 4] * static_cast<float>(w[k][j]);
+            if constexpr (kMul) sum = static_cast<float>(mul[26 + j]) * sum;
+            row[26 + j] = zem::saturate16(truncate32(sum) >> shift);
+        }
+    }
+};
+
+// ---- Batch ----------------------------------------------------------------------------------------
+
+// The rows a delta of row t reads for lag k: row 0 for every past term in the first W rows,
+// the last row for every future term in the last W rows.
+struct BatchRows {
+    int64_t plus, minus;
+};
+
+inline BatchRows batchRows(int64_t t, int k, int64_t height, int win) {
+    if (t < win) return {t + k, 0};
+    if (t >= height - win) return {height - 1, t - k};
+    return {t + k, t - k};
+}
+
+ZemStatus checkBatch(bool anyNull, int height, int step, int width, int offset, int winSize) {
+    if (anyNull) return zemStatusNullPointer;
+    if (height < 1 || width < 1 || winSize < 1 || offset < 0 || height < 2 * int64_t{winSize}) return zemStatusBadSize;
+    if (step < int64_t{offset} + 2 * int64_t{width}) return zemStatusBadStride;
+    return zemStatusOk;
+}
+
+// sum over k = 1 .. W of k (X+ - X-), in that order, times val or mul[j]; eight columns a step.
+template <bool kPerColumn>
+void batchFloat(float* srcDst, int height, int step, const float* mul, float val, int width, int offset, int win) {
+    using simd::F32x8;
+    for (int64_t t = 0; t < height; ++t) {
+        float* out = srcDst + t * step + offset + width;
+        for (int j = 0; j < width; j += 8) {
+            const int n = width - j < 8 ? width - j : 8;
+            auto get = [&](const float* p) { return n == 8 ? simd::load(p) : simd::loadFirst(p, n); };
+            F32x8 sum = simd::splat(0.0f);
+            for (int k = 1; k <= win; ++k) {
+                const BatchRows r = batchRows(t, k, height, win);
+                const F32x8 d = get(srcDst + r.plus * step + offset + j) - get(srcDst + r.minus * step + offset + j);
+                sum = sum + simd::splat(static_cast<float>(k)) * d;
+            }
+            const F32x8 v = (kPerColumn ? get(mul + width + j) : simd::splat(val)) * sum;
+            float lanes[8];
+            simd::store(lanes, v);
+            for (int q = 0; q < n; ++q) out[j + q] = lanes[q];
+        }
+    }
+}
+
+template <bool kPerColumn>
+void batchInt(Zem16s* srcDst, int height, int step, const Zem16s* mul, int32_t val, int width, int offset, int win,
+              int scaleFactor) {
+    for (int64_t t = 0; t < height; ++t) {
+        Zem16s* out = srcDst + t * step + offset + width;
+        for (int j = 0; j < width; ++j) {
+            int32_t sum = 0;
+            for (int k = 1; k <= win; ++k) {
+                const BatchRows r = batchRows(t, k, height, win);
+                sum = static_cast<int32_t>(static_cast<uint32_t>(sum) +
+                                           static_cast<uint32_t>(mul32(k, diff<true>(srcDst[r.plus * step + offset + j],
+                                                                                    srcDst[r.minus * step + offset + j]))));
+            }
+            out[j] = zem::saturate16(scaleShift(mul32(kPerColumn ? mul[width + j] : val, sum), scaleFactor));
+        }
+    }
+}
+
+}  // namespace
+
+extern "C" {
+
+// ---- Float Win exports ----------------------------------------------------------------------------
+
+ZEMSR_API ZemStatus zemsDelta_Win1_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
+                                          Zem32f val, int flags) {
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2 * width, kDeltaWin1.h)) return s;
+    stream(src, dst, dstStep, height, flags, WinFloat<kDeltaWin1, false, false>{width, val, 0.0f, nullptr});
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsDelta_Win2_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
+                                          Zem32f val, int flags) {
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2 * width, kDeltaWin2.h)) return s;
+    stream(src, dst, dstStep, height, flags, WinFloat<kDeltaWin2, true, false>{width, val, 0.0f, nullptr});
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsDeltaDelta_Win1_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
+                                               Zem32f valD, Zem32f valDD, int flags) {
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3 * width, kDeltaDeltaWin1.h))
+        return s;
+    stream(src, dst, dstStep, height, flags, WinFloat<kDeltaDeltaWin1, false, false>{width, valD, valDD, nullptr});
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsDeltaDelta_Win2_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
+                                               Zem32f valD, Zem32f valDD, int flags) {
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3 * width, kDeltaDeltaWin2.h))
+        return s;
+    stream(src, dst, dstStep, height, flags, WinFloat<kDeltaDeltaWin2, true, false>{width, valD, valDD, nullptr});
+    return zemStatusOk;
+}
+
+#define ZEM_DELTA_MUL_32F(name, geometry, win2, minStep)                                                             \
+    ZEMSR_API ZemStatus name(const Zem32f* src, const Zem32f* mulTable, int width, Zem32f* dst, int dstStep,         \
+                             int height, int flags) {                                                                \
+        if (const ZemStatus s = checkStream(!src || !dst || !mulTable, width, height, flags, dstStep,                \
+                                            (minStep) * width, geometry.h))                                         \
+            return s;                                                                                                \
+        stream(src, dst, dstStep, height, flags, WinFloat<geometry, win2, true>{width, 0.0f, 0.0f, mulTable});       \
+        return zemStatusOk;                                                                                          \
+    }
+
+ZEM_DELTA_MUL_32F(zemsDeltaMul_Win1_32f_D2, kDeltaWin1, false, 2)
+ZEM_DELTA_MUL_32F(zemsDeltaMul_Win2_32f_D2, kDeltaWin2, true, 2)
+ZEM_DELTA_MUL_32F(zemsDeltaDeltaMul_Win1_32f_D2, kDeltaDeltaWin1, false, 3)
+ZEM_DELTA_MUL_32F(zemsDeltaDeltaMul_Win2_32f_D2, kDeltaDeltaWin2, true, 3)
+
+// ---- Integer Win exports ---------------------------------------------------------------------------
+
+ZEMSR_API ZemStatus zemsDelta_Win1_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
+                                             Zem16s val, int flags, int scaleFactor) {
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2 * width, kDeltaWin1.h)) return s;
+    stream(src, dst, dstStep, height, flags, WinInt<kDeltaWin1, false, false, false>{width, val, 0, nullptr, scaleFactor});
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsDelta_Win2_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
+                                             Zem16s val, int flags, int scaleFactor) {
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2 * width, kDeltaWin2.h)) return s;
+    stream(src, dst, dstStep, height, flags, WinInt<kDeltaWin2, true, false, false>{width, val, 0, nullptr, scaleFactor});
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsDeltaDelta_Win1_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
+                                                  Zem16s valD, Zem16s valDD, int flags, int scaleFactor) {
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3 * width, kDeltaDeltaWin1.h))
+        return s;
+    stream(src, dst, dstStep, height, flags,
+           WinInt<kDeltaDeltaWin1, false, false, false>{width, valD, valDD, nullptr, scaleFactor});
+    return zemStatusOk;
+}
+
+// Differences wrapped to 16 bits here.
+ZEMSR_API ZemStatus zemsDeltaDelta_Win2_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
+                                                  Zem16s valD, Zem16s valDD, int flags, int scaleFactor) {
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3 * width, kDeltaDeltaWin2.h))
+        return s;
+    stream(src, dst, dstStep, height, flags,
+           WinInt<kDeltaDeltaWin2, true, false, true>{width, valD, valDD, nullptr, scaleFactor});
+    return zemStatusOk;
+}
+
+// The integer Mul forms wrap their differences to 16 bits.
+#define ZEM_DELTA_MUL_16S(name, geometry, win2, minStep)                                                             \
+    ZEMSR_API ZemStatus name(const Zem16s* src, const Zem16s* mulTable, int width, Zem16s* dst, int dstStep,         \
+                             int height, int flags, int scaleFactor) {                                               \
+        if (const ZemStatus s = checkStream(!src || !dst || !mulTable, width, height, flags, dstStep,                \
+                                            (minStep) * width, geometry.h))                                         \
+            return s;                                                                                                \
+        stream(src, dst, dstStep, height, flags,                                                                     \
+               WinInt<geometry, win2, true, true>{width, 0, 0, mulTable, scaleFactor});                              \
+        return zemStatusOk;                                                                                          \
+    }
+
+ZEM_DELTA_MUL_16S(zemsDeltaMul_Win1_16s_D2Sfs, kDeltaWin1, false, 2)
+ZEM_DELTA_MUL_16S(zemsDeltaMul_Win2_16s_D2Sfs, kDeltaWin2, true, 2)
+ZEM_DELTA_MUL_16S(zemsDeltaDeltaMul_Win1_16s_D2Sfs, kDeltaDeltaWin1, false, 3)
+ZEM_DELTA_MUL_16S(zemsDeltaDeltaMul_Win2_16s_D2Sfs, kDeltaDeltaWin2, true, 3)
+
+// ---- Nine-tap exports -----------------------------------------------------------------------------
+
+ZEMSR_API ZemStatus zemsDeltaDelta_Aurora_32f_D2(const Zem32f* src, Zem32f* dst, int dstStep, int height, int flags) {
+    if (const ZemStatus s = checkStream(!src || !dst, 1, height, flags, dstStep, 39, kAurora.h)) return s;
+    stream(src, dst, dstStep, height, flags, AuroraFloat<false>{nullptr});
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsDeltaDeltaMul_Aurora_32f_D2(const Zem32f* src, const Zem32f* mulTable, Zem32f* dst,
+                                                    int dstStep, int height, int flags) {
+    if (const ZemStatus s = checkStream(!src || !dst || !mulTable, 1, height, flags, dstStep, 39, kAurora.h)) return s;
+    stream(src, dst, dstStep, height, flags, AuroraFloat<true>{mulTable});
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsDeltaDelta_Aurora_16s_D2Sfs(const Zem16s* src, Zem16s* dst, int dstStep, int height, int flags,
+                                                    int scaleFactor) {
+    if (const ZemStatus s = checkStream(!src || !dst, 1, height, flags, dstStep, 39, kAurora.h)) return s;
+    stream(src, dst, dstStep, height, flags, AuroraInt<false>{nullptr, scaleFactor & 31});
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsDeltaDeltaMul_Aurora_16s_D2Sfs(const Zem16s* src, const Zem16s* mulTable, Zem16s* dst,
+                                                       int dstStep, int height, int flags, int scaleFactor) {
+    if (const ZemStatus s = checkStream(!src || !dst || !mulTable, 1, height, flags, dstStep, 39, kAurora.h)) return s;
+    stream(src, dst, dstStep, height, flags, AuroraInt<true>{mulTable, scaleFactor & 31});
+    return zemStatusOk;
+}
+
+// ---- Batch exports --------------------------------------------------------------------------------
+
+ZEMSR_API ZemStatus zemsEvalDelta_32f_D2(Zem32f* srcDst, int height, int step, int width, int offset, int winSize,
+                                         Zem32f val) {
+    if (const ZemStatus s = checkBatch(!srcDst, height, step, width, offset, winSize)) return s;
+    batchFloat<false>(srcDst, height, step, nullptr, val, width, offset, winSize);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsEvalDeltaMul_32f_D2(Zem32f* srcDst, int height, int step, const Zem32f* mulTable, int width,
+                                            int offset, int winSize) {
+    if (const ZemStatus s = checkBatch(!srcDst || !mulTable, height, step, width, offset, winSize)) return s;
+    batchFloat<true>(srcDst, height, step, mulTable, 0.0f, width, offset, winSize);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsEvalDelta_16s_D2Sfs(Zem16s* srcDst, int height, int step, int width, int offset, int winSize,
+                                            Zem16s val, int scaleFactor) {
+    if (const ZemStatus s = checkBatch(!srcDst, height, step, width, offset, winSize)) return s;
+    batchInt<false>(srcDst, height, step, nullptr, val, width, offset, winSize, scaleFactor);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsEvalDeltaMul_16s_D2Sfs(Zem16s* srcDst, int height, int step, const Zem16s* mulTable, int width,
+                                               int offset, int winSize, int scaleFactor) {
+    if (const ZemStatus s = checkBatch(!srcDst || !mulTable, height, step, width, offset, winSize)) return s;
+    batchInt<true>(srcDst, height, step, mulTable, 0, width, offset, winSize, scaleFactor);
+    return zemStatusOk;
+}
+
+}  // extern "C"
