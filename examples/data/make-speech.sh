@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Makes the demo's utterances: short phrases from a speech synthesizer (Debian packages
+# espeak-ng and sox), 16 kHz mono 16-bit, with silence, and in some files noise, around
+# them.  Writes NAME.wav and a line "NAME.wav lead_ms speech_ms text" per file to
+# utterances.txt.  The files are committed; rerun only to change them.
+set -euo pipefail
+cd "$(dirname "$0")"
+tmp=$(mktemp -d)
+trap 'rm -rf "$tmp"' EXIT
+: > utterances.txt
+
+# name voice speed lead_s tail_s noise(none|white|brown) level text
+while read -r name voice speed lead tail noise level text; do
+    espeak-ng -v "$voice" -s "$speed" -w "$tmp/raw.wav" "$text"
+    # To 16 kHz mono, the synthesizer's own edge silence trimmed, then padded.
+    sox "$tmp/raw.wav" -r 16000 -c 1 -b 16 "$tmp/speech.wav" silence 1 0.01 0.5% reverse silence 1 0.01 0.5% reverse
+    speech_ms=$(soxi -D "$tmp/speech.wav" | awk '{printf "%d", $1 * 1000}')
+    sox "$tmp/speech.wav" "$tmp/padded.wav" pad "$lead" "$tail"
+    if [ "$noise" = none ]; then
+        cp "$tmp/padded.wav" "$name.wav"
+    else
+        total=$(soxi -D "$tmp/padded.wav")
+        sox -n -r 16000 -c 1 -b 16 "$tmp/noise.wav" synth "$total" "${noise}noise" vol "$level"
+        sox -m "$tmp/padded.wav" "$tmp/noise.wav" -b 16 "$name.wav"
+    fi
+    lead_ms=$(awk -v l="$lead" 'BEGIN { printf "%d", l * 1000 }')
+    echo "$name.wav $lead_ms $speech_ms $text" >> utterances.txt
+done <<'LIST'
+one en 150 0.6 0.5 none 0 the weather is fine today
+two en+f3 140 0.4 0.7 white 0.01 please open the window
+three en-us 160 0.8 0.4 brown 0.05 seven eight nine
+four en+m3 130 0.5 0.6 white 0.02 where is the station
+five en-gb 150 0.7 0.5 none 0 good morning everybody
+six en+f2 170 0.3 0.8 brown 0.03 turn left at the corner
+LIST
+ls -l ./*.wav
+cat utterances.txt
