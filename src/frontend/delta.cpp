@@ -72,6 +72,11 @@ struct Window {
 template <class T>
 Window<T> window(T* base, int64_t step, int64_t t, int r, int64_t lo, int64_t hi) {
     Window<T> w{};
+    if (t - r >= lo && t + r <= hi) {
+        T* p = base + (t - r) * step;
+        for (int k = -r; k <= r; ++k, p += step) w.at[k + 4] = p;
+        return w;
+    }
     for (int k = -r; k <= r; ++k) {
         int64_t i = t + k;
         i = i < lo ? lo : (i > hi ? hi : i);
@@ -80,12 +85,21 @@ Window<T> window(T* base, int64_t step, int64_t t, int r, int64_t lo, int64_t hi
     return w;
 }
 
+// Rows -r .. r around row p, none of them outside the matrix.
+template <class T>
+[[gnu::always_inline]] inline Window<T> around(T* p, int64_t step, int r) {
+    Window<T> w{};
+    for (int k = -r; k <= r; ++k) w.at[k + 4] = p + k * step;
+    return w;
+}
+
 // The three stages over one call.  Family supplies the statics of a frame and the delta
 // and delta-delta of a row from its window.
 template <class Family>
 void stream(const typename Family::Src* src, typename Family::T* dst, int64_t step, int height, int flags,
             const Family& fam) {
-    const Geometry g = Family::kGeometry;
+    using T = typename Family::T;
+    constexpr Geometry g = Family::kGeometry;
     const bool first = (flags & zemDeltaFirstBlock) != 0;
     const int64_t lo = first ? 0 : INT64_MIN / 2;
     const int64_t open = INT64_MAX / 2;
@@ -93,17 +107,23 @@ void stream(const typename Family::Src* src, typename Family::T* dst, int64_t st
     auto doE = [&](int64_t t, int64_t hi) {
         if constexpr (Family::kGeometry.hasE) fam.deltaDelta(dst + t * step, window(dst, step, t, g.rE, lo, hi));
     };
-    const int64_t r0 = first ? 0 : g.h;
-    for (int f = 0; f < height; ++f) {
-        const int64_t t = r0 + f;
-        fam.statics(src + int64_t{f} * Family::srcWidth(fam), dst + t * step);
-        if (first && t == g.h - 1) {
-            for (int64_t r = 0; r < g.dLag; ++r) doD(r, open);
-            if (g.hasE)
-                for (int64_t r = 0; r < g.eLag; ++r) doE(r, open);
-        } else if (t >= g.h) {
-            doD(t - g.h + g.dLag, open);
-            if (g.hasE) doE(t - g.h + g.eLag, open);
+    const int64_t srcWidth = Family::srcWidth(fam);
+    int f = 0;
+    if (first) {  // the first H frames, then the rows they complete
+        for (; f < g.h; ++f) fam.statics(src + f * srcWidth, dst + f * step);
+        for (int64_t r = 0; r < g.dLag; ++r) doD(r, open);
+        if (g.hasE)
+            for (int64_t r = 0; r < g.eLag; ++r) doE(r, open);
+    }
+    // Each new frame enters row t and completes the delta of row t - H + dLag and the
+    // delta-delta of row t - H + eLag; no row of these windows lies outside the matrix.
+    for (int64_t t = (first ? 0 : g.h) + f; f < height; ++f, ++t) {
+        fam.statics(src + f * srcWidth, dst + t * step);
+        T* d = dst + (t - g.h + g.dLag) * step;
+        fam.delta(d, around(d, step, g.rD));
+        if constexpr (g.hasE) {
+            T* e = dst + (t - g.h + g.eLag) * step;
+            fam.deltaDelta(e, around(e, step, g.rE));
         }
     }
     if (flags & zemDeltaLastBlock) {
@@ -127,32 +147,62 @@ ZemStatus checkStream(bool anyNull, int width, int height, int flags, int dstSte
 
 // ---- Float Win families ----------------------------------------------------------------------------
 
-// out[j] = a[j] * (p1[j] - m1[j])  or  a[j] * ((p1[j] - m1[j]) + 2 (p2[j] - m2[j])),
-// eight columns a step; a is one value or a row of multipliers.
-template <bool kWin2, bool kPerColumn>
-void differenceRow(float* out, const float* m2, const float* m1, const float* p1, const float* p2, const float* a,
-                   float aConst, int width) {
-    using simd::F32x8;
-    const F32x8 two = simd::splat(2.0f), aSplat = simd::splat(aConst);
-    auto lanes = [&](F32x8 vm2, F32x8 vm1, F32x8 vp1, F32x8 vp2, F32x8 va) {
-        F32x8 d = vp1 - vm1;
-        if constexpr (kWin2) d = d + two * (vp2 - vm2);
-        return va * d;
-    };
+// Columns in runs of 8, then 4, then single ones, the same partition for every row: the
+// rows just written are read back at once by the next window, and loads that match the
+// stores before them are forwarded from them.
+template <class Run8, class Run4, class Run1>
+[[gnu::always_inline]] inline void byColumns(int width, Run8 run8, Run4 run4, Run1 run1) {
     int j = 0;
-    for (; j + 8 <= width; j += 8) {
-        const F32x8 va = kPerColumn ? simd::load(a + j) : aSplat;
-        const F32x8 vm2 = kWin2 ? simd::load(m2 + j) : aSplat, vp2 = kWin2 ? simd::load(p2 + j) : aSplat;
-        simd::store(out + j, lanes(vm2, simd::load(m1 + j), simd::load(p1 + j), vp2, va));
+    for (; j + 8 <= width; j += 8) run8(j);
+    if (j + 4 <= width) {
+        run4(j);
+        j += 4;
     }
-    if (j < width) {
-        const int n = width - j;
-        const F32x8 va = kPerColumn ? simd::loadFirst(a + j, n) : aSplat;
-        const F32x8 vm2 = kWin2 ? simd::loadFirst(m2 + j, n) : aSplat, vp2 = kWin2 ? simd::loadFirst(p2 + j, n) : aSplat;
-        float tail[8];
-        simd::store(tail, lanes(vm2, simd::loadFirst(m1 + j, n), simd::loadFirst(p1 + j, n), vp2, va));
-        for (int k = 0; k < n; ++k) out[j + k] = tail[k];
-    }
+    for (; j < width; ++j) run1(j);
+}
+
+// out[j] = a[j] * (p1[j] - m1[j])  or  a[j] * ((p1[j] - m1[j]) + 2 (p2[j] - m2[j])); a is
+// one value or a row of multipliers.
+template <bool kWin2, bool kPerColumn>
+[[gnu::always_inline]] inline void differenceRow(float* out, const float* m2, const float* m1, const float* p1,
+                                                 const float* p2, const float* a, float aConst, int width) {
+    using simd::F32x8;
+    byColumns(
+        width,
+        [&](int j) {
+            const F32x8 va = kPerColumn ? simd::load(a + j) : simd::splat(aConst);
+            F32x8 d = simd::load(p1 + j) - simd::load(m1 + j);
+            if constexpr (kWin2) d = d + simd::splat(2.0f) * (simd::load(p2 + j) - simd::load(m2 + j));
+            simd::store(out + j, va * d);
+        },
+        [&](int j) {
+            const __m128 va = kPerColumn ? _mm_loadu_ps(a + j) : _mm_set1_ps(aConst);
+            __m128 d = _mm_sub_ps(_mm_loadu_ps(p1 + j), _mm_loadu_ps(m1 + j));
+            if constexpr (kWin2)
+                d = _mm_add_ps(d, _mm_mul_ps(_mm_set1_ps(2.0f), _mm_sub_ps(_mm_loadu_ps(p2 + j), _mm_loadu_ps(m2 + j))));
+            _mm_storeu_ps(out + j, _mm_mul_ps(va, d));
+        },
+        [&](int j) {
+            float d = p1[j] - m1[j];
+            if constexpr (kWin2) d = d + 2.0f * (p2[j] - m2[j]);
+            out[j] = (kPerColumn ? a[j] : aConst) * d;
+        });
+}
+
+// out[j] = src[j], or src[j] * mul[j].
+template <bool kMul>
+[[gnu::always_inline]] inline void staticRow(float* out, const float* src, const float* mul, int width) {
+    byColumns(
+        width,
+        [&](int j) {
+            const simd::F32x8 v = simd::load(src + j);
+            simd::store(out + j, kMul ? v * simd::load(mul + j) : v);
+        },
+        [&](int j) {
+            const __m128 v = _mm_loadu_ps(src + j);
+            _mm_storeu_ps(out + j, kMul ? _mm_mul_ps(v, _mm_loadu_ps(mul + j)) : v);
+        },
+        [&](int j) { out[j] = kMul ? src[j] * mul[j] : src[j]; });
 }
 
 template <Geometry G, bool kWin2, bool kMul>
@@ -165,15 +215,7 @@ struct WinFloat {
     const float* mul;  // static, delta and delta-delta rows of width each (Mul forms)
 
     static int64_t srcWidth(const WinFloat& f) { return f.width; }
-    void statics(const float* frame, float* row) const {
-        if constexpr (kMul) {
-            int j = 0;
-            for (; j + 8 <= width; j += 8) simd::store(row + j, simd::load(frame + j) * simd::load(mul + j));
-            for (; j < width; ++j) row[j] = frame[j] * mul[j];
-        } else {
-            for (int j = 0; j < width; ++j) row[j] = frame[j];
-        }
-    }
+    void statics(const float* frame, float* row) const { staticRow<kMul>(row, frame, mul, width); }
     void delta(float* row, const Window<float>& w) const {
         const int o = 0;
         differenceRow<kWin2, kMul>(row + width, kWin2 ? w[-2] + o : nullptr, w[-1] + o, w[1] + o,
