@@ -136,11 +136,12 @@ void stream(const typename Family::Src* src, typename Family::T* dst, int64_t st
 }
 
 // The checks of the streaming family, in their order.
-ZemStatus checkStream(bool anyNull, int width, int height, int flags, int dstStep, int minStep, int h) {
+// parts: the row's parts of width elements each (2 or 3).
+ZemStatus checkStream(bool anyNull, int width, int height, int flags, int dstStep, int parts, int h) {
     if (anyNull) return zemStatusNullPointer;
     if (width < 1 || height < 0) return zemStatusBadSize;
     if (height == 0 && !(flags & zemDeltaLastBlock)) return zemStatusBadSize;
-    if (dstStep < minStep) return zemStatusBadStride;
+    if (dstStep < int64_t{parts} * width) return zemStatusBadStride;
     if ((flags & zemDeltaFirstBlock) && height < h) return zemStatusBadSize;
     return zemStatusOk;
 }
@@ -418,21 +419,21 @@ extern "C" {
 
 ZEMSR_API ZemStatus zemsDelta_Win1_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
                                           Zem32f val, int flags) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2 * width, kDeltaWin1.h)) return s;
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2, kDeltaWin1.h)) return s;
     stream(src, dst, dstStep, height, flags, WinFloat<kDeltaWin1, false, false>{width, val, 0.0f, nullptr});
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsDelta_Win2_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
                                           Zem32f val, int flags) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2 * width, kDeltaWin2.h)) return s;
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2, kDeltaWin2.h)) return s;
     stream(src, dst, dstStep, height, flags, WinFloat<kDeltaWin2, true, false>{width, val, 0.0f, nullptr});
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsDeltaDelta_Win1_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
                                                Zem32f valD, Zem32f valDD, int flags) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3 * width, kDeltaDeltaWin1.h))
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3, kDeltaDeltaWin1.h))
         return s;
     stream(src, dst, dstStep, height, flags, WinFloat<kDeltaDeltaWin1, false, false>{width, valD, valDD, nullptr});
     return zemStatusOk;
@@ -440,7 +441,7 @@ ZEMSR_API ZemStatus zemsDeltaDelta_Win1_32f_D2(const Zem32f* src, int width, Zem
 
 ZEMSR_API ZemStatus zemsDeltaDelta_Win2_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
                                                Zem32f valD, Zem32f valDD, int flags) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3 * width, kDeltaDeltaWin2.h))
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3, kDeltaDeltaWin2.h))
         return s;
     stream(src, dst, dstStep, height, flags, WinFloat<kDeltaDeltaWin2, true, false>{width, valD, valDD, nullptr});
     return zemStatusOk;
@@ -450,7 +451,7 @@ ZEMSR_API ZemStatus zemsDeltaDelta_Win2_32f_D2(const Zem32f* src, int width, Zem
     ZEMSR_API ZemStatus name(const Zem32f* src, const Zem32f* mulTable, int width, Zem32f* dst, int dstStep,         \
                              int height, int flags) {                                                                \
         if (const ZemStatus s = checkStream(!src || !dst || !mulTable, width, height, flags, dstStep,                \
-                                            (minStep) * width, geometry.h))                                         \
+                                            minStep, geometry.h))                                         \
             return s;                                                                                                \
         stream(src, dst, dstStep, height, flags, WinFloat<geometry, win2, true>{width, 0.0f, 0.0f, mulTable});       \
         return zemStatusOk;                                                                                          \
@@ -465,21 +466,21 @@ ZEM_DELTA_MUL_32F(zemsDeltaDeltaMul_Win2_32f_D2, kDeltaDeltaWin2, true, 3)
 
 ZEMSR_API ZemStatus zemsDelta_Win1_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
                                              Zem16s val, int flags, int scaleFactor) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2 * width, kDeltaWin1.h)) return s;
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2, kDeltaWin1.h)) return s;
     stream(src, dst, dstStep, height, flags, WinInt<kDeltaWin1, false, false, false>{width, val, 0, nullptr, scaleFactor});
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsDelta_Win2_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
                                              Zem16s val, int flags, int scaleFactor) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2 * width, kDeltaWin2.h)) return s;
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2, kDeltaWin2.h)) return s;
     stream(src, dst, dstStep, height, flags, WinInt<kDeltaWin2, true, false, false>{width, val, 0, nullptr, scaleFactor});
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsDeltaDelta_Win1_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
                                                   Zem16s valD, Zem16s valDD, int flags, int scaleFactor) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3 * width, kDeltaDeltaWin1.h))
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3, kDeltaDeltaWin1.h))
         return s;
     stream(src, dst, dstStep, height, flags,
            WinInt<kDeltaDeltaWin1, false, false, false>{width, valD, valDD, nullptr, scaleFactor});
@@ -489,7 +490,7 @@ ZEMSR_API ZemStatus zemsDeltaDelta_Win1_16s_D2Sfs(const Zem16s* src, int width, 
 // Differences wrapped to 16 bits here.
 ZEMSR_API ZemStatus zemsDeltaDelta_Win2_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
                                                   Zem16s valD, Zem16s valDD, int flags, int scaleFactor) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3 * width, kDeltaDeltaWin2.h))
+    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3, kDeltaDeltaWin2.h))
         return s;
     stream(src, dst, dstStep, height, flags,
            WinInt<kDeltaDeltaWin2, true, false, true>{width, valD, valDD, nullptr, scaleFactor});
@@ -501,7 +502,7 @@ ZEMSR_API ZemStatus zemsDeltaDelta_Win2_16s_D2Sfs(const Zem16s* src, int width, 
     ZEMSR_API ZemStatus name(const Zem16s* src, const Zem16s* mulTable, int width, Zem16s* dst, int dstStep,         \
                              int height, int flags, int scaleFactor) {                                               \
         if (const ZemStatus s = checkStream(!src || !dst || !mulTable, width, height, flags, dstStep,                \
-                                            (minStep) * width, geometry.h))                                         \
+                                            minStep, geometry.h))                                         \
             return s;                                                                                                \
         stream(src, dst, dstStep, height, flags,                                                                     \
                WinInt<geometry, win2, true, true>{width, 0, 0, mulTable, scaleFactor});                              \
@@ -516,28 +517,28 @@ ZEM_DELTA_MUL_16S(zemsDeltaDeltaMul_Win2_16s_D2Sfs, kDeltaDeltaWin2, true, 3)
 // ---- Nine-tap exports -----------------------------------------------------------------------------
 
 ZEMSR_API ZemStatus zemsDeltaDelta_Aurora_32f_D2(const Zem32f* src, Zem32f* dst, int dstStep, int height, int flags) {
-    if (const ZemStatus s = checkStream(!src || !dst, 1, height, flags, dstStep, 39, kAurora.h)) return s;
+    if (const ZemStatus s = checkStream(!src || !dst, 13, height, flags, dstStep, 3, kAurora.h)) return s;
     stream(src, dst, dstStep, height, flags, AuroraFloat<false>{nullptr});
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsDeltaDeltaMul_Aurora_32f_D2(const Zem32f* src, const Zem32f* mulTable, Zem32f* dst,
                                                     int dstStep, int height, int flags) {
-    if (const ZemStatus s = checkStream(!src || !dst || !mulTable, 1, height, flags, dstStep, 39, kAurora.h)) return s;
+    if (const ZemStatus s = checkStream(!src || !dst || !mulTable, 13, height, flags, dstStep, 3, kAurora.h)) return s;
     stream(src, dst, dstStep, height, flags, AuroraFloat<true>{mulTable});
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsDeltaDelta_Aurora_16s_D2Sfs(const Zem16s* src, Zem16s* dst, int dstStep, int height, int flags,
                                                     int scaleFactor) {
-    if (const ZemStatus s = checkStream(!src || !dst, 1, height, flags, dstStep, 39, kAurora.h)) return s;
+    if (const ZemStatus s = checkStream(!src || !dst, 13, height, flags, dstStep, 3, kAurora.h)) return s;
     stream(src, dst, dstStep, height, flags, AuroraInt<false>{nullptr, scaleFactor & 31});
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsDeltaDeltaMul_Aurora_16s_D2Sfs(const Zem16s* src, const Zem16s* mulTable, Zem16s* dst,
                                                        int dstStep, int height, int flags, int scaleFactor) {
-    if (const ZemStatus s = checkStream(!src || !dst || !mulTable, 1, height, flags, dstStep, 39, kAurora.h)) return s;
+    if (const ZemStatus s = checkStream(!src || !dst || !mulTable, 13, height, flags, dstStep, 3, kAurora.h)) return s;
     stream(src, dst, dstStep, height, flags, AuroraInt<true>{mulTable, scaleFactor & 31});
     return zemStatusOk;
 }
