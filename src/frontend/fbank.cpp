@@ -466,37 +466,29 @@ inline simd::F32x8 sharedSpan(const Span& s, const float* rise, const float* fal
     return done;
 }
 
-// The last span: the falling slope of the last filter only, over bins c0+1 .. c1.
-inline simd::F32x8 lastSpan(const Span& s, const float* fall, simd::F32x8 open) {
+// w[0 .. n-1] times x[0 .. n-1] in eight lane sums, the last group zero-padded.
+inline simd::F32x8 slope(const float* w, const float* x, int64_t n) {
     using namespace simd;
-    const int64_t n = s.c1 - s.c0;
-    const float* x = s.x + s.c0 + 1;
-    F32x8 down = splat(0.0f);
+    F32x8 sum = splat(0.0f);
     int64_t k = 0;
-    for (; k + 8 <= n; k += 8) down = down + load(fall + k) * load(x + k);
+    for (; k + 8 <= n; k += 8) sum = sum + load(w + k) * load(x + k);
     if (k < n) {
         const FirstLanes m = firstLanes(static_cast<int>(n - k));
-        down = down + load(fall + k, m) * load(x + k, m);
-    } else if (n == 0) {
-        down = inLane0(fall[0] * x[0]);
+        sum = sum + load(w + k, m) * load(x + k, m);
     }
-    return open + down;
+    return sum;
+}
+
+// The last span: the falling slope of the last filter only, over bins c0+1 .. c1 (an
+// empty one still reads its one bin, against a zero weight of the row).
+inline simd::F32x8 lastSpan(const Span& s, const float* fall, simd::F32x8 open) {
+    const int64_t n = s.c1 - s.c0;
+    const float* x = s.x + s.c0 + 1;
+    return open + (n == 0 ? simd::inLane0(fall[0] * x[0]) : slope(fall, x, n));
 }
 
 // The first span: the rising slope of filter 0 only.
-inline simd::F32x8 firstSpan(const Span& s, const float* rise) {
-    using namespace simd;
-    const int64_t n = s.c1 - s.c0 + 1;
-    const float* x = s.x + s.c0;
-    F32x8 up = splat(0.0f);
-    int64_t k = 0;
-    for (; k + 8 <= n; k += 8) up = up + load(rise + k) * load(x + k);
-    if (k < n) {
-        const FirstLanes m = firstLanes(static_cast<int>(n - k));
-        up = up + load(rise + k, m) * load(x + k, m);
-    }
-    return up;
-}
+inline simd::F32x8 firstSpan(const Span& s, const float* rise) { return slope(rise, s.x + s.c0, s.c1 - s.c0 + 1); }
 
 void evalFloat(const float* x, float* dst, const ZemsFBankState_32f* st) {
     using simd::F32x8;

@@ -14,11 +14,11 @@ namespace {
 int clampRow(int t, int rows) { return t < 0 ? 0 : (t >= rows ? rows - 1 : t); }
 
 // Rows of X, D (and E) for T frames of the Win windows, rows replicated at both ends.
-struct WinSpec {
+struct WinShape {
     bool win2, dd;
 };
 
-std::vector<float> winReference(const std::vector<float>& src, int T, int w, WinSpec s, const float* mul, float a,
+std::vector<float> winReference(const std::vector<float>& src, int T, int w, WinShape s, const float* mul, float a,
                                  float b) {
     const int cols = (s.dd ? 3 : 2) * w;
     std::vector<float> m(static_cast<size_t>(T) * cols);
@@ -46,7 +46,7 @@ int32_t scaled(int32_t v, int sf) {
     return v;
 }
 
-std::vector<int16_t> winReference16(const std::vector<int16_t>& src, int T, int w, WinSpec s, bool wrap,
+std::vector<int16_t> winReference16(const std::vector<int16_t>& src, int T, int w, WinShape s, bool wrap,
                                     const int16_t* mul, int a, int b, int sf) {
     const int cols = (s.dd ? 3 : 2) * w;
     std::vector<int16_t> m(static_cast<size_t>(T) * cols);
@@ -104,7 +104,7 @@ void expectRows(const std::vector<T>& got, int step, const std::vector<T>& want,
 struct FloatWin {
     const char* name;
     int h;
-    WinSpec spec;
+    WinShape shape;
     bool mul;
     std::function<ZemStatus(const float*, const float*, int, float*, int, int, float, float, int)> call;
 };
@@ -150,7 +150,7 @@ std::vector<FloatWin> floatFamilies() {
 struct IntWin {
     const char* name;
     int h;
-    WinSpec spec;
+    WinShape shape;
     bool mul, wrap;
     std::function<ZemStatus(const Zem16s*, const Zem16s*, int, Zem16s*, int, int, Zem16s, Zem16s, int, int)> call;
 };
@@ -256,11 +256,11 @@ TEST(StreamingDeltas, FloatWindowsInBlocksEqualTheReference) {
         for (int width : {1, 4, 7, 8, 13, 20}) {
             for (int trial = 0; trial < 6; ++trial) {
                 const int frames = static_cast<int>(rnd.integer(fam.h, 40));
-                const int cols = (fam.spec.dd ? 3 : 2) * width, step = cols + static_cast<int>(rnd.integer(0, 3));
+                const int cols = (fam.shape.dd ? 3 : 2) * width, step = cols + static_cast<int>(rnd.integer(0, 3));
                 const auto src = rnd.uniform<float>(static_cast<size_t>(frames) * width, -10, 10);
                 const auto mul = rnd.uniform<float>(3 * width, 0.5, 2);
                 const float a = 0.5f, b = 0.25f;
-                const auto want = winReference(src, frames, width, fam.spec, fam.mul ? mul.data() : nullptr, a, b);
+                const auto want = winReference(src, frames, width, fam.shape, fam.mul ? mul.data() : nullptr, a, b);
                 std::vector<float> dst(static_cast<size_t>(frames) * step, -777.0f);
                 if (trial == 0) {
                     ASSERT_EQ(fam.call(src.data(), mul.data(), width, dst.data(), step, frames, a, b, 3), zemStatusOk);
@@ -286,12 +286,12 @@ TEST(StreamingDeltas, IntegerWindowsInBlocksEqualTheReference) {
             for (int sf : {-3, 0, 2, 33}) {
                 for (int trial = 0; trial < 3; ++trial) {
                     const int frames = static_cast<int>(rnd.integer(fam.h, 30));
-                    const int cols = (fam.spec.dd ? 3 : 2) * width, step = cols + 1;
+                    const int cols = (fam.shape.dd ? 3 : 2) * width, step = cols + 1;
                     // Large values so that differences leave 16 bits and products 32 bits.
                     const auto src = rnd.integers<Zem16s>(static_cast<size_t>(frames) * width, -32768, 32767);
                     const auto mul = rnd.integers<Zem16s>(3 * width, -40, 40);
                     const Zem16s a = 3000, b = -7;
-                    const auto want = winReference16(src, frames, width, fam.spec, fam.wrap, fam.mul ? mul.data() : nullptr, a,
+                    const auto want = winReference16(src, frames, width, fam.shape, fam.wrap, fam.mul ? mul.data() : nullptr, a,
                                                      b, sf);
                     std::vector<Zem16s> dst(static_cast<size_t>(frames) * step);
                     feed<Zem16s>(frames, fam.h, width, step, rnd, trial == 1,
