@@ -8,7 +8,6 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-#include <time.h>
 
 #include "pipeline.h"
 
@@ -29,12 +28,6 @@ typedef struct {
     unsigned char* truth;
     unsigned char* labels;
 } Utterance;
-
-static double now(void) {
-    struct timespec t;
-    clock_gettime(CLOCK_MONOTONIC, &t);
-    return (double)t.tv_sec + 1e-9 * (double)t.tv_nsec;
-}
 
 static int load(const char* dir, Utterance* u, int* n) {
     char path[1024];
@@ -143,14 +136,14 @@ int main(int argc, char** argv) {
      * again and again for about half a second. */
     memset(fe.seconds, 0, sizeof fe.seconds);
     long done = 0;
-    const double start = now();
+    const double start = pipeSeconds();
     do {
         for (int i = 0; i < n; ++i) {
             pipeFeatures(&fe, u[i].samples, u[i].count, u[i].feats);
             pipeClassify(&fe, &speech[i], &other[i], u[i].feats, u[i].frames, u[i].labels);
             done += u[i].frames;
         }
-    } while (now() - start < 0.5);
+    } while (pipeSeconds() - start < 0.5);
     double staged = 0.0;
     for (int s = 0; s < PIPE_STAGES; ++s) staged += fe.seconds[s];
     printf("\nPipeline speed, one thread: %.0f frames per second (%ld frames, %.2f us a frame)\n",

@@ -10,7 +10,7 @@
 const char* const pipeStageNames[PIPE_STAGES] = {"window + transform + mel bank", "log", "DCT lifter",
                                                  "deltas", "mixture scores"};
 
-static double now(void) {
+double pipeSeconds(void) {
     struct timespec t;
     clock_gettime(CLOCK_MONOTONIC, &t);
     return (double)t.tv_sec + 1e-9 * (double)t.tv_nsec;
@@ -95,7 +95,7 @@ int pipeFeatures(PipeFrontEnd* fe, const short* samples, int n, float* feats) {
     memset(frame, 0, sizeof(frame)); /* the transform reads 512 samples: 400 and zeros */
     for (int done = 0; done < frames;) {
         const int height = frames - done < BLOCK ? frames - done : BLOCK;
-        const double t0 = now();
+        const double t0 = pipeSeconds();
         for (int k = 0; k < height; ++k) {
             const short* x = samples + (size_t)(done + k) * PIPE_HOP;
             float prev = (float)x[0];
@@ -106,19 +106,19 @@ int pipeFeatures(PipeFrontEnd* fe, const short* samples, int n, float* feats) {
             }
             if (zemsEvalFBank_32f(frame, energies + k * PIPE_FILTERS, fe->bank) != zemStatusOk) return -1;
         }
-        const double t1 = now();
+        const double t1 = pipeSeconds();
         for (int i = 0; i < height * PIPE_FILTERS; ++i) energies[i] = logf(energies[i] > 1e-3f ? energies[i] : 1e-3f);
-        const double t2 = now();
+        const double t2 = pipeSeconds();
         for (int k = 0; k < height; ++k)
             if (zemsDCTLifter_32f(energies + k * PIPE_FILTERS, cepstra + k * PIPE_CEPSTRA, fe->lifter) != zemStatusOk)
                 return -1;
-        const double t3 = now();
+        const double t3 = pipeSeconds();
         const int flags = (done == 0 ? zemDeltaFirstBlock : 0) | (done + height == frames ? zemDeltaLastBlock : 0);
         float* rows = feats + (size_t)(done == 0 ? 0 : done - 6) * PIPE_FEATURES;
         if (zemsDeltaDelta_Win2_32f_D2(cepstra, PIPE_CEPSTRA, rows, PIPE_FEATURES, height, 0.1f, 0.1f, flags) !=
             zemStatusOk)
             return -1;
-        const double t4 = now();
+        const double t4 = pipeSeconds();
         fe->seconds[PIPE_STAGE_FBANK] += t1 - t0;
         fe->seconds[PIPE_STAGE_LOG] += t2 - t1;
         fe->seconds[PIPE_STAGE_LIFTER] += t3 - t2;
@@ -195,7 +195,7 @@ void pipeTrain(PipeMixture* m, const float* x, int count) {
 
 int pipeClassify(PipeFrontEnd* fe, const PipeMixture* speech, const PipeMixture* other, const float* feats,
                  int frames, unsigned char* labels) {
-    const double t0 = now();
+    const double t0 = pipeSeconds();
     for (int t = 0; t < frames; ++t) {
         Zem32f a, b;
         const float* x = feats + (size_t)t * PIPE_FEATURES;
@@ -206,6 +206,6 @@ int pipeClassify(PipeFrontEnd* fe, const PipeMixture* speech, const PipeMixture*
             return -1;
         labels[t] = a > b;
     }
-    fe->seconds[PIPE_STAGE_SCORE] += now() - t0;
+    fe->seconds[PIPE_STAGE_SCORE] += pipeSeconds() - t0;
     return 0;
 }

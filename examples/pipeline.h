@@ -23,6 +23,9 @@ extern "C" {
  * samples are malloc'ed. */
 int pipeReadWav(const char* path, short** samples);
 
+/* A monotonic clock in seconds. */
+double pipeSeconds(void);
+
 /* Stage times in seconds, summed over calls. */
 enum { PIPE_STAGE_FBANK, PIPE_STAGE_LOG, PIPE_STAGE_LIFTER, PIPE_STAGE_DELTA, PIPE_STAGE_SCORE, PIPE_STAGES };
 extern const char* const pipeStageNames[PIPE_STAGES];
