@@ -80,6 +80,19 @@ struct Lifter {
     float val = 0, val0 = 0;
     const float* table = nullptr;    // Mul forms, copied bit for bit
     const Zem32s* table32s = nullptr;  // the integer table of Init_MulC0_16s
+
+    static Lifter computed(Kind kind, int nLifter, float val, float val0 = 0.0f) {
+        Lifter how{kind};
+        how.nLifter = nLifter;
+        how.val = val;
+        how.val0 = val0;
+        return how;
+    }
+    static Lifter given(Kind kind, const float* table) {
+        Lifter how{kind};
+        how.table = table;
+        return how;
+    }
 };
 
 // The cosine rows and the lifter weights into a state whose arrays are in place.
@@ -287,51 +300,38 @@ ZEMSR_API ZemStatus zemsDCTLifterGetSize_MulC0_16s(int lenDCT, int lenCepstrum, 
 #define ZEM_DCT_CREATE(T)                                                                                            \
     ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_##T(ZemsDCTLifterState_##T** state, int lenDCT, int lenCepstrum,      \
                                                    int nLifter, Zem32f val) {                                        \
-        Lifter how{Lifter::kPlain};                                                                                  \
-        how.nLifter = nLifter;                                                                                       \
-        how.val = val;                                                                                               \
-        return create<ZemsDCTLifterState_##T>(nullptr, state, lenDCT, lenCepstrum, how);                             \
+        return create<ZemsDCTLifterState_##T>(nullptr, state, lenDCT, lenCepstrum,                                   \
+                                              Lifter::computed(Lifter::kPlain, nLifter, val));                       \
     }                                                                                                                \
     ZEMSR_API ZemStatus zemsDCTLifterInit_##T(ZemsDCTLifterState_##T* state, int lenDCT, int lenCepstrum,            \
                                               int nLifter, Zem32f val) {                                             \
-        Lifter how{Lifter::kPlain};                                                                                  \
-        how.nLifter = nLifter;                                                                                       \
-        how.val = val;                                                                                               \
-        return create<ZemsDCTLifterState_##T>(state, nullptr, lenDCT, lenCepstrum, how);                             \
+        return create<ZemsDCTLifterState_##T>(state, nullptr, lenDCT, lenCepstrum,                                   \
+                                              Lifter::computed(Lifter::kPlain, nLifter, val));                       \
     }                                                                                                                \
     ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_C0_##T(ZemsDCTLifterState_##T** state, int lenDCT, int lenCepstrum,   \
                                                       int nLifter, Zem32f val, Zem32f val0) {                        \
-        Lifter how{Lifter::kC0};                                                                                     \
-        how.nLifter = nLifter;                                                                                       \
-        how.val = val;                                                                                               \
-        how.val0 = val0;                                                                                             \
-        return create<ZemsDCTLifterState_##T>(nullptr, state, lenDCT, lenCepstrum, how);                             \
+        return create<ZemsDCTLifterState_##T>(nullptr, state, lenDCT, lenCepstrum,                                   \
+                                              Lifter::computed(Lifter::kC0, nLifter, val, val0));                    \
     }                                                                                                                \
     ZEMSR_API ZemStatus zemsDCTLifterInit_C0_##T(ZemsDCTLifterState_##T* state, int lenDCT, int lenCepstrum,         \
                                                  int nLifter, Zem32f val, Zem32f val0) {                             \
-        Lifter how{Lifter::kC0};                                                                                     \
-        how.nLifter = nLifter;                                                                                       \
-        how.val = val;                                                                                               \
-        how.val0 = val0;                                                                                             \
-        return create<ZemsDCTLifterState_##T>(state, nullptr, lenDCT, lenCepstrum, how);                             \
+        return create<ZemsDCTLifterState_##T>(state, nullptr, lenDCT, lenCepstrum,                                   \
+                                              Lifter::computed(Lifter::kC0, nLifter, val, val0));                    \
     }                                                                                                                \
     ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_Mul_##T(ZemsDCTLifterState_##T** state, int lenDCT,                   \
                                                        const Zem32f* lifterTable, int lenCepstrum) {                 \
-        Lifter how{Lifter::kMul};                                                                                    \
-        how.table = lifterTable;                                                                                     \
-        return create<ZemsDCTLifterState_##T>(nullptr, state, lenDCT, lenCepstrum, how);                             \
+        return create<ZemsDCTLifterState_##T>(nullptr, state, lenDCT, lenCepstrum,                                   \
+                                              Lifter::given(Lifter::kMul, lifterTable));                             \
     }                                                                                                                \
     ZEMSR_API ZemStatus zemsDCTLifterInit_Mul_##T(ZemsDCTLifterState_##T* state, int lenDCT,                         \
                                                   const Zem32f* lifterTable, int lenCepstrum) {                      \
-        Lifter how{Lifter::kMul};                                                                                    \
-        how.table = lifterTable;                                                                                     \
-        return create<ZemsDCTLifterState_##T>(state, nullptr, lenDCT, lenCepstrum, how);                             \
+        return create<ZemsDCTLifterState_##T>(state, nullptr, lenDCT, lenCepstrum,                                   \
+                                              Lifter::given(Lifter::kMul, lifterTable));                             \
     }                                                                                                                \
     ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_MulC0_##T(ZemsDCTLifterState_##T** state, int lenDCT,                 \
                                                          const Zem32f* lifterTable, int lenCepstrum) {               \
-        Lifter how{Lifter::kMulC0};                                                                                  \
-        how.table = lifterTable;                                                                                     \
-        return create<ZemsDCTLifterState_##T>(nullptr, state, lenDCT, lenCepstrum, how);                             \
+        return create<ZemsDCTLifterState_##T>(nullptr, state, lenDCT, lenCepstrum,                                   \
+                                              Lifter::given(Lifter::kMulC0, lifterTable));                           \
     }                                                                                                                \
     ZEMSR_API ZemStatus zemsDCTLifterFree_##T(ZemsDCTLifterState_##T* state) { return release(state); }
 
@@ -340,9 +340,8 @@ ZEM_DCT_CREATE(16s)
 
 ZEMSR_API ZemStatus zemsDCTLifterInit_MulC0_32f(ZemsDCTLifterState_32f* state, int lenDCT, const Zem32f* lifterTable,
                                                 int lenCepstrum) {
-    Lifter how{Lifter::kMulC0};
-    how.table = lifterTable;
-    return create<ZemsDCTLifterState_32f>(state, nullptr, lenDCT, lenCepstrum, how);
+    return create<ZemsDCTLifterState_32f>(state, nullptr, lenDCT, lenCepstrum,
+                                          Lifter::given(Lifter::kMulC0, lifterTable));
 }
 
 ZEMSR_API ZemStatus zemsDCTLifterInit_MulC0_16s(ZemsDCTLifterState_16s* state, int lenDCT, const Zem32s* lifterTable,

@@ -146,6 +146,17 @@ ZemStatus checkStream(bool anyNull, int width, int height, int flags, int dstSte
     return zemStatusOk;
 }
 
+// An export of the streaming family: its checks, with the row parts and history depth of
+// the family, then the stream.
+template <class Family>
+ZemStatus runStream(bool anyNull, int width, const typename Family::Src* src, typename Family::T* dst, int dstStep,
+                    int height, int flags, const Family& fam) {
+    constexpr Geometry g = Family::kGeometry;
+    if (const ZemStatus s = checkStream(anyNull, width, height, flags, dstStep, g.hasE ? 3 : 2, g.h)) return s;
+    stream(src, dst, dstStep, height, flags, fam);
+    return zemStatusOk;
+}
+
 // ---- Float Win families ----------------------------------------------------------------------------
 
 // Columns in runs of 8, then 4, then single ones, the same partition for every row: the
@@ -206,11 +217,12 @@ template <bool kMul>
         [&](int j) { out[j] = kMul ? src[j] * mul[j] : src[j]; });
 }
 
-template <Geometry G, bool kWin2, bool kMul>
+template <Geometry G, bool kMul>
 struct WinFloat {
     using Src = Zem32f;
     using T = Zem32f;
     static constexpr Geometry kGeometry = G;
+    static constexpr bool kWin2 = G.rD == 2;
     int width;
     float a, b;
     const float* mul;  // static, delta and delta-delta rows of width each (Mul forms)
@@ -231,11 +243,12 @@ struct WinFloat {
 
 // ---- Integer Win families --------------------------------------------------------------------------
 
-template <Geometry G, bool kWin2, bool kMul, bool kWrap>
+template <Geometry G, bool kMul, bool kWrap>
 struct WinInt {
     using Src = Zem16s;
     using T = Zem16s;
     static constexpr Geometry kGeometry = G;
+    static constexpr bool kWin2 = G.rD == 2;
     int width;
     int32_t a, b;
     const Zem16s* mul;
@@ -415,132 +428,95 @@ void batchInt(Zem16s* srcDst, int height, int step, const Zem16s* mul, int32_t v
 
 extern "C" {
 
-// ---- Float Win exports ----------------------------------------------------------------------------
+// ---- Win exports ---------------------------------------------------------------------------------
 
 ZEMSR_API ZemStatus zemsDelta_Win1_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
                                           Zem32f val, int flags) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2, kDeltaWin1.h)) return s;
-    stream(src, dst, dstStep, height, flags, WinFloat<kDeltaWin1, false, false>{width, val, 0.0f, nullptr});
-    return zemStatusOk;
+    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
+                     WinFloat<kDeltaWin1, false>{width, val, 0.0f, nullptr});
 }
 
 ZEMSR_API ZemStatus zemsDelta_Win2_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
                                           Zem32f val, int flags) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2, kDeltaWin2.h)) return s;
-    stream(src, dst, dstStep, height, flags, WinFloat<kDeltaWin2, true, false>{width, val, 0.0f, nullptr});
-    return zemStatusOk;
+    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
+                     WinFloat<kDeltaWin2, false>{width, val, 0.0f, nullptr});
 }
 
 ZEMSR_API ZemStatus zemsDeltaDelta_Win1_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
                                                Zem32f valD, Zem32f valDD, int flags) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3, kDeltaDeltaWin1.h))
-        return s;
-    stream(src, dst, dstStep, height, flags, WinFloat<kDeltaDeltaWin1, false, false>{width, valD, valDD, nullptr});
-    return zemStatusOk;
+    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
+                     WinFloat<kDeltaDeltaWin1, false>{width, valD, valDD, nullptr});
 }
 
 ZEMSR_API ZemStatus zemsDeltaDelta_Win2_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
                                                Zem32f valD, Zem32f valDD, int flags) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3, kDeltaDeltaWin2.h))
-        return s;
-    stream(src, dst, dstStep, height, flags, WinFloat<kDeltaDeltaWin2, true, false>{width, valD, valDD, nullptr});
-    return zemStatusOk;
+    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
+                     WinFloat<kDeltaDeltaWin2, false>{width, valD, valDD, nullptr});
 }
 
-#define ZEM_DELTA_MUL_32F(name, geometry, win2, minStep)                                                             \
-    ZEMSR_API ZemStatus name(const Zem32f* src, const Zem32f* mulTable, int width, Zem32f* dst, int dstStep,         \
-                             int height, int flags) {                                                                \
-        if (const ZemStatus s = checkStream(!src || !dst || !mulTable, width, height, flags, dstStep,                \
-                                            minStep, geometry.h))                                         \
-            return s;                                                                                                \
-        stream(src, dst, dstStep, height, flags, WinFloat<geometry, win2, true>{width, 0.0f, 0.0f, mulTable});       \
-        return zemStatusOk;                                                                                          \
-    }
-
-ZEM_DELTA_MUL_32F(zemsDeltaMul_Win1_32f_D2, kDeltaWin1, false, 2)
-ZEM_DELTA_MUL_32F(zemsDeltaMul_Win2_32f_D2, kDeltaWin2, true, 2)
-ZEM_DELTA_MUL_32F(zemsDeltaDeltaMul_Win1_32f_D2, kDeltaDeltaWin1, false, 3)
-ZEM_DELTA_MUL_32F(zemsDeltaDeltaMul_Win2_32f_D2, kDeltaDeltaWin2, true, 3)
-
-// ---- Integer Win exports ---------------------------------------------------------------------------
-
+// Differences in 32 bits here.
 ZEMSR_API ZemStatus zemsDelta_Win1_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
                                              Zem16s val, int flags, int scaleFactor) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2, kDeltaWin1.h)) return s;
-    stream(src, dst, dstStep, height, flags, WinInt<kDeltaWin1, false, false, false>{width, val, 0, nullptr, scaleFactor});
-    return zemStatusOk;
+    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
+                     WinInt<kDeltaWin1, false, false>{width, val, 0, nullptr, scaleFactor});
 }
 
 ZEMSR_API ZemStatus zemsDelta_Win2_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
                                              Zem16s val, int flags, int scaleFactor) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 2, kDeltaWin2.h)) return s;
-    stream(src, dst, dstStep, height, flags, WinInt<kDeltaWin2, true, false, false>{width, val, 0, nullptr, scaleFactor});
-    return zemStatusOk;
+    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
+                     WinInt<kDeltaWin2, false, false>{width, val, 0, nullptr, scaleFactor});
 }
 
 ZEMSR_API ZemStatus zemsDeltaDelta_Win1_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
                                                   Zem16s valD, Zem16s valDD, int flags, int scaleFactor) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3, kDeltaDeltaWin1.h))
-        return s;
-    stream(src, dst, dstStep, height, flags,
-           WinInt<kDeltaDeltaWin1, false, false, false>{width, valD, valDD, nullptr, scaleFactor});
-    return zemStatusOk;
+    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
+                     WinInt<kDeltaDeltaWin1, false, false>{width, valD, valDD, nullptr, scaleFactor});
 }
 
-// Differences wrapped to 16 bits here.
+// Differences wrapped to 16 bits here, as in all the integer Mul forms.
 ZEMSR_API ZemStatus zemsDeltaDelta_Win2_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
                                                   Zem16s valD, Zem16s valDD, int flags, int scaleFactor) {
-    if (const ZemStatus s = checkStream(!src || !dst, width, height, flags, dstStep, 3, kDeltaDeltaWin2.h))
-        return s;
-    stream(src, dst, dstStep, height, flags,
-           WinInt<kDeltaDeltaWin2, true, false, true>{width, valD, valDD, nullptr, scaleFactor});
-    return zemStatusOk;
+    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
+                     WinInt<kDeltaDeltaWin2, false, true>{width, valD, valDD, nullptr, scaleFactor});
 }
 
-// The integer Mul forms wrap their differences to 16 bits.
-#define ZEM_DELTA_MUL_16S(name, geometry, win2, minStep)                                                             \
-    ZEMSR_API ZemStatus name(const Zem16s* src, const Zem16s* mulTable, int width, Zem16s* dst, int dstStep,         \
-                             int height, int flags, int scaleFactor) {                                               \
-        if (const ZemStatus s = checkStream(!src || !dst || !mulTable, width, height, flags, dstStep,                \
-                                            minStep, geometry.h))                                         \
-            return s;                                                                                                \
-        stream(src, dst, dstStep, height, flags,                                                                     \
-               WinInt<geometry, win2, true, true>{width, 0, 0, mulTable, scaleFactor});                              \
-        return zemStatusOk;                                                                                          \
+#define ZEM_DELTA_MUL(name, geometry)                                                                                \
+    ZEMSR_API ZemStatus name##_32f_D2(const Zem32f* src, const Zem32f* mulTable, int width, Zem32f* dst,           \
+                                      int dstStep, int height, int flags) {                                         \
+        return runStream(!src || !dst || !mulTable, width, src, dst, dstStep, height, flags,                        \
+                         WinFloat<geometry, true>{width, 0.0f, 0.0f, mulTable});                                    \
+    }                                                                                                                \
+    ZEMSR_API ZemStatus name##_16s_D2Sfs(const Zem16s* src, const Zem16s* mulTable, int width, Zem16s* dst,        \
+                                         int dstStep, int height, int flags, int scaleFactor) {                     \
+        return runStream(!src || !dst || !mulTable, width, src, dst, dstStep, height, flags,                        \
+                         WinInt<geometry, true, true>{width, 0, 0, mulTable, scaleFactor});                         \
     }
 
-ZEM_DELTA_MUL_16S(zemsDeltaMul_Win1_16s_D2Sfs, kDeltaWin1, false, 2)
-ZEM_DELTA_MUL_16S(zemsDeltaMul_Win2_16s_D2Sfs, kDeltaWin2, true, 2)
-ZEM_DELTA_MUL_16S(zemsDeltaDeltaMul_Win1_16s_D2Sfs, kDeltaDeltaWin1, false, 3)
-ZEM_DELTA_MUL_16S(zemsDeltaDeltaMul_Win2_16s_D2Sfs, kDeltaDeltaWin2, true, 3)
+ZEM_DELTA_MUL(zemsDeltaMul_Win1, kDeltaWin1)
+ZEM_DELTA_MUL(zemsDeltaMul_Win2, kDeltaWin2)
+ZEM_DELTA_MUL(zemsDeltaDeltaMul_Win1, kDeltaDeltaWin1)
+ZEM_DELTA_MUL(zemsDeltaDeltaMul_Win2, kDeltaDeltaWin2)
 
 // ---- Nine-tap exports -----------------------------------------------------------------------------
 
 ZEMSR_API ZemStatus zemsDeltaDelta_Aurora_32f_D2(const Zem32f* src, Zem32f* dst, int dstStep, int height, int flags) {
-    if (const ZemStatus s = checkStream(!src || !dst, 13, height, flags, dstStep, 3, kAurora.h)) return s;
-    stream(src, dst, dstStep, height, flags, AuroraFloat<false>{nullptr});
-    return zemStatusOk;
+    return runStream(!src || !dst, 13, src, dst, dstStep, height, flags, AuroraFloat<false>{nullptr});
 }
 
 ZEMSR_API ZemStatus zemsDeltaDeltaMul_Aurora_32f_D2(const Zem32f* src, const Zem32f* mulTable, Zem32f* dst,
                                                     int dstStep, int height, int flags) {
-    if (const ZemStatus s = checkStream(!src || !dst || !mulTable, 13, height, flags, dstStep, 3, kAurora.h)) return s;
-    stream(src, dst, dstStep, height, flags, AuroraFloat<true>{mulTable});
-    return zemStatusOk;
+    return runStream(!src || !dst || !mulTable, 13, src, dst, dstStep, height, flags, AuroraFloat<true>{mulTable});
 }
 
 ZEMSR_API ZemStatus zemsDeltaDelta_Aurora_16s_D2Sfs(const Zem16s* src, Zem16s* dst, int dstStep, int height, int flags,
                                                     int scaleFactor) {
-    if (const ZemStatus s = checkStream(!src || !dst, 13, height, flags, dstStep, 3, kAurora.h)) return s;
-    stream(src, dst, dstStep, height, flags, AuroraInt<false>{nullptr, scaleFactor & 31});
-    return zemStatusOk;
+    return runStream(!src || !dst, 13, src, dst, dstStep, height, flags, AuroraInt<false>{nullptr, scaleFactor & 31});
 }
 
 ZEMSR_API ZemStatus zemsDeltaDeltaMul_Aurora_16s_D2Sfs(const Zem16s* src, const Zem16s* mulTable, Zem16s* dst,
                                                        int dstStep, int height, int flags, int scaleFactor) {
-    if (const ZemStatus s = checkStream(!src || !dst || !mulTable, 13, height, flags, dstStep, 3, kAurora.h)) return s;
-    stream(src, dst, dstStep, height, flags, AuroraInt<true>{mulTable, scaleFactor & 31});
-    return zemStatusOk;
+    return runStream(!src || !dst || !mulTable, 13, src, dst, dstStep, height, flags,
+                     AuroraInt<true>{mulTable, scaleFactor & 31});
 }
 
 // ---- Batch exports --------------------------------------------------------------------------------
