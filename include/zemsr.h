@@ -780,6 +780,44 @@ ZEMSR_API ZemStatus zemsBlockDMatrixFree_16s(ZemsBlockDMatrix_16s* matrix);
 ZEMSR_API ZemStatus zemsBlockDMatrixFree_32f(ZemsBlockDMatrix_32f* matrix);
 ZEMSR_API ZemStatus zemsBlockDMatrixFree_64f(ZemsBlockDMatrix_64f* matrix);
 
+/* ---- Frame conditioning: to come ---- */
+
+/* ---- Linear prediction: to come ---- */
+
+/* ---- LP parameter conversions: to come ---- */
+
+/* ---- Pitch and periodicity: to come ---- */
+
+/* ---- Aurora noise reduction: to come ---- */
+
+/* ---- Aurora waveform processing and band coding: to come ---- */
+
+/* ---- Aurora voice activity detection: to come ---- */
+
+/* ---- MCRA noise tracking and filter updates: to come ---- */
+
+/* ---- Codebook objects and training: to come ---- */
+
+/* ---- Codebook search: to come ---- */
+
+/* ---- Split VQ and vector forming: to come ---- */
+
+/* ---- Column and row statistics: to come ---- */
+
+/* ---- Gaussian re-estimation: to come ---- */
+
+/* ---- Gaussian clustering: to come ---- */
+
+/* ---- Matrix and vector products: to come ---- */
+
+/* ---- Singular value decomposition: to come ---- */
+
+/* ---- Polyphase resampling: to come ---- */
+
+/* ---- Dynamic time warping: to come ---- */
+
+/* ---- Elementwise special functions: to come ---- */
+
 #ifdef __cplusplus
 }
 #endif
