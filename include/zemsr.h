@@ -112,11 +112,16 @@ typedef struct ZemsResampleFixedState_32f ZemsResampleFixedState_32f;
 
 /* ---- Version query ----------------------------------------------------------- */
 /* The library's constant version record; never freed, the same pointer every call. */
+/* Threads: any thread, any time; the record is constant.
+ * Determinism: always the same record. */
 ZEMSR_API const ZemLibraryVersion* zemsrGetLibVersion(void);
 
 /* ---- Log-domain arithmetic ------------------------------------------------------- */
 /* srcDst[i] = ln(exp(src[i]) + exp(srcDst[i])); -4500000 (single) and -1e10 (double)
  * are the floors that stand for a probability of zero. */
+/* Threads: no state; any number of threads on distinct outputs.
+ * Determinism: the same bits for any alignment and thread count (a fixed order of additions in the
+ * sums). */
 ZEMSR_API ZemStatus zemsLogAdd_32f(const Zem32f* src, Zem32f* srcDst, int len);
 ZEMSR_API ZemStatus zemsLogAdd_64f(const Zem64f* src, Zem64f* srcDst, int len, int hint);
 ZEMSR_API ZemStatus zemsLogAdd_16s_Sfs(const Zem16s* src, Zem16s* srcDst, int len, int scaleFactor);
@@ -137,6 +142,10 @@ ZEMSR_API ZemStatus zemsLogSum_32s_Sfs(const Zem32s* src, Zem32s* dst, int len, 
  * mode: zemFBankMelWeights (1) or zemFBankFreqWeights (2), plus zemFBankFftMagnitude (4) to
  * evaluate time frames through the transform.  Init forms build the bank inside the caller's
  * buffer of the reported size (not to be freed); InitAlloc forms end with zemsFBankFree_*. */
+/* Threads: a bank is read-only during evaluation and may be shared between threads, except a bank
+ * built with zemFBankFftMagnitude (4), which holds a transform work area: one thread at a time per
+ * such bank. Set/Get of centres and coefficients write the bank.
+ * Determinism: the same bits for any alignment and thread count. */
 ZEMSR_API ZemStatus zemsMelFBankGetSize_32f(int frameLen, int nFilter, int mode, Zem32s* size);
 ZEMSR_API ZemStatus zemsMelFBankGetSize_16s(int frameLen, int nFilter, int mode, Zem32s* size);
 ZEMSR_API ZemStatus zemsMelFBankGetSize_32s(int frameLen, int nFilter, int mode, Zem32s* size);
@@ -206,6 +215,9 @@ ZEMSR_API ZemStatus zemsMelToLinear_32f(const Zem32f* src, Zem32f* dst, int len,
  * the C0 forms append the zeroth coefficient last.  lifter[i] = (1 + nLifter/2 * sin(i pi /
  * nLifter)) * val; the Mul forms take lenCepstrum weights from the caller.  Init forms build
  * the state in the caller's buffer of the reported size (not to be freed). */
+/* Threads: float lifters are read-only during use and may be shared between threads; a 16-bit
+ * lifter holds a work area (one thread at a time per state).
+ * Determinism: the same bits for any alignment and thread count. */
 ZEMSR_API ZemStatus zemsDCTLifterGetSize_32f(int lenDCT, int lenCepstrum, Zem32s* size);
 ZEMSR_API ZemStatus zemsDCTLifterGetSize_C0_32f(int lenDCT, int lenCepstrum, Zem32s* size);
 ZEMSR_API ZemStatus zemsDCTLifterGetSize_Mul_32f(int lenDCT, int lenCepstrum, Zem32s* size);
@@ -265,6 +277,9 @@ ZEMSR_API ZemStatus zemsDCTLifter_32s16s_Sfs(const Zem32s* src, Zem16s* dst, con
  * stand H rows before the row of the next new frame (H = 2, 3, 4, 6 or 8 by family): the
  * matrix is the state.  Win1: D(t) = a (X(t+1) - X(t-1)); Win2 adds 2 (X(t+2) - X(t-2));
  * rows outside the utterance are replaced by the nearest one. */
+/* Threads: no state beyond the caller's matrix; any number of threads on distinct matrices.
+ * Determinism: the same bits for any alignment, thread count and any split of the utterance into
+ * blocks. */
 ZEMSR_API ZemStatus zemsDelta_Win1_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
                                           Zem32f val, int flags);
 ZEMSR_API ZemStatus zemsDelta_Win2_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
@@ -323,6 +338,10 @@ ZEMSR_API ZemStatus zemsEvalDeltaMul_16s_D2Sfs(Zem16s* srcDst, int height, int s
 /* ---- Single-frame Gaussian scores: val - 0.5 * sum of (x[i] - m[i])^2 * w[i] ----------- */
 /* w is an inverse variance; IdVar forms have w = 1, DirectVar forms divide by a variance,
  * BlockDVar forms take a block diagonal precision matrix. */
+/* Threads: no state; block diagonal matrices are read-only during scoring and may be shared between
+ * threads.
+ * Determinism: the same bits for any alignment and thread count (division of the DirectVar forms
+ * splits by elements across at most two threads). */
 ZEMSR_API ZemStatus zemsLogGaussSingle_32f(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int len,
                                            Zem32f* pResult, Zem32f val);
 ZEMSR_API ZemStatus zemsLogGaussSingle_64f(const Zem64f* src, const Zem64f* mean, const Zem64f* var, int len,
@@ -382,6 +401,9 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVarScaled_16s32f(const Zem16s* src,
 /* zemsLogGauss stores each frame's score, zemsLogGaussAdd adds it in the log domain to dst,
  * zemsLogGaussMax keeps the larger.  In zemsLogGaussMax_16s32s_* only height elements of
  * dst are written, also for an odd height (no extra element after the last frame). */
+/* Threads: no state; any number of threads on distinct outputs from one constant model.
+ * Determinism: the same bits for any alignment, row layout and thread count; a frame gets the same
+ * score alone or in a block. */
 ZEMSR_API ZemStatus zemsLogGauss_32f_D2(const Zem32f* src, int step, const Zem32f* mean, const Zem32f* var, int width,
                                         Zem32f* dst, int height, Zem32f val);
 ZEMSR_API ZemStatus zemsLogGauss_32f_D2L(const Zem32f* const* srcRows, const Zem32f* mean, const Zem32f* var,
@@ -539,6 +561,8 @@ ZEMSR_API ZemStatus zemsLogGaussMax_IdVarLow_16s32s_D2LSfs(const Zem16s* const* 
  * zemsLogGaussMixture: the log of the sum of the exponentials of all scores.
  * Select forms: per frame, only the components whose shortlist bit is set ((n + 7) / 8
  * bytes a frame, most significant bit first); noneValue where none is. */
+/* Threads: no state; any number of threads on distinct outputs from one constant model.
+ * Determinism: the same bits for any alignment, row layout and thread count. */
 ZEMSR_API ZemStatus zemsLogGaussMultiMix_32f_D2(const Zem32f* mean, const Zem32f* var, int step, const Zem32f* src,
                                                 int width, Zem32f* srcDst, int n);
 ZEMSR_API ZemStatus zemsLogGaussMultiMix_32f_D2L(const Zem32f* const* meanRows, const Zem32f* const* varRows,
@@ -710,6 +734,11 @@ ZEMSR_API ZemStatus zemsLogGaussMixture_SelectIdVarScaled_16s32f_D2L(const Zem16
                                                                      int scaleFactor);
 
 /* ---- Mahalanobis distances: sum of (x[i] - m[i])^2 * var[i], var an inverse variance - */
+/* Threads: no state; any number of threads on distinct outputs.
+ * Determinism: the same bits for any alignment and thread count, except zemsMahDistSingle_16s32f
+ * and zemsMahDistSingle_16s32s_Sfs, whose aligned body (16-byte aligned inputs) saturates
+ * differences in groups of 8 and, in the _Sfs form, ignores the scale factor: their results depend
+ * on alignment by design. */
 ZEMSR_API ZemStatus zemsMahDistSingle_32f(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int len,
                                           Zem32f* pResult);
 ZEMSR_API ZemStatus zemsMahDistSingle_64f(const Zem64f* src, const Zem64f* mean, const Zem64f* var, int len,
@@ -742,6 +771,11 @@ ZEMSR_API ZemStatus zemsMahDistMultiMix_64f_D2L(const Zem64f* const* meanRows, c
 /* ---- Gaussian selection and output-probability helpers ------------------------------ */
 /* Bit matrices: bit position p of a row is bit 7 - p % 8 of byte p / 8.  The shortlist
  * fillers toggle (exclusive or) and never clear. */
+/* Threads: block diagonal matrices are read-only after creation and may be shared between threads;
+ * everything else is stateless.
+ * Determinism: the same bits for any alignment and thread count, except zemsOutProbPreCalc_32s and
+ * _32s_I, which halve by rounding down or up depending on which loop reaches an element (len & ~1
+ * when the inputs are 16-byte aligned, len & ~3 otherwise): by design. */
 ZEMSR_API ZemStatus zemsFillShortlist_Row_1u(const Zem32s* indices, int numBits, int perRow, Zem8u** dstRows,
                                              int numRows, int rowBytes, int bitOffset);
 ZEMSR_API ZemStatus zemsFillShortlist_RowVar_1u(const Zem32s* indices, const Zem32s* perRowCounts, int numBits,
