@@ -838,9 +838,118 @@ ZEMSR_API ZemStatus zemsBlockDMatrixFree_64f(ZemsBlockDMatrix_64f* matrix);
 
 /* ---- Column and row statistics: to come ---- */
 
-/* ---- Gaussian re-estimation: to come ---- */
+/* ---- Gaussian re-estimation ------------------------------------------------------------ */
+/* Accumulation: meanAcc += (x - m) val, varAcc += (x - m)^2 val; column sums and sums of squares;
+ * covariance dst += val * sum of (x - m)(x - m)^T (lower triangle accumulated, then the whole
+ * matrix scaled by val and mirrored).  Updates: mean += acc / occ; var = varAcc / occVar -
+ * (meanAcc / occMean)^2 floored; weight = max(acc / occ, floor) with their sum; gconst = n ln(2 pi)
+ * -+ sum ln var.  An occupancy at or below the smallest normal value returns
+ * zemStatusZeroOccupancyWarning with nothing written; zemStatusFloorWarning when every element took
+ * its floor; log of a zero or negative variance gives +inf or a NaN and the log warnings.
+ * The row pointers of the _D2L covariance forms are tested for null (an addition of this library).
+ * Threads: no state; any number of threads on distinct outputs.
+ * Determinism: the same bits for any alignment and thread count, except zemsNewVar_32s_Sfs and
+ * _32s_ISfs, which round to nearest when mean and the source are 16-byte aligned and truncate
+ * otherwise: by design. */
+ZEMSR_API ZemStatus zemsUpdateMean_32f(const Zem32f* src, Zem32f* dst, int len, Zem32f occ);
+ZEMSR_API ZemStatus zemsUpdateMean_64f(const Zem64f* src, Zem64f* dst, int len, Zem64f occ);
+ZEMSR_API ZemStatus zemsUpdateVar_32f(const Zem32f* meanAcc, const Zem32f* varAcc, const Zem32f* floor, Zem32f* dst,
+                                      int len, Zem32f occMean, Zem32f occVar);
+ZEMSR_API ZemStatus zemsUpdateVar_64f(const Zem64f* meanAcc, const Zem64f* varAcc, const Zem64f* floor, Zem64f* dst,
+                                      int len, Zem64f occMean, Zem64f occVar);
+ZEMSR_API ZemStatus zemsUpdateWeight_32f(const Zem32f* src, Zem32f* dst, int len, Zem32f* sum, Zem32f occ,
+                                         Zem32f floor);
+ZEMSR_API ZemStatus zemsUpdateWeight_64f(const Zem64f* src, Zem64f* dst, int len, Zem64f* sum, Zem64f occ,
+                                         Zem64f floor);
+/* var holds inverse variances (gconst = n ln(2 pi) - sum ln var); DirectVar: variances (+). */
+ZEMSR_API ZemStatus zemsUpdateGConst_32f(const Zem32f* var, int len, Zem32f* gconst);
+ZEMSR_API ZemStatus zemsUpdateGConst_64f(const Zem64f* var, int len, Zem64f* gconst);
+ZEMSR_API ZemStatus zemsUpdateGConst_DirectVar_32f(const Zem32f* var, int len, Zem32f* gconst);
+ZEMSR_API ZemStatus zemsUpdateGConst_DirectVar_64f(const Zem64f* var, int len, Zem64f* gconst);
+ZEMSR_API ZemStatus zemsMeanVarAcc_32f(const Zem32f* src, const Zem32f* mean, Zem32f* meanAcc, Zem32f* varAcc,
+                                       int len, Zem32f val);
+ZEMSR_API ZemStatus zemsMeanVarAcc_64f(const Zem64f* src, const Zem64f* mean, Zem64f* meanAcc, Zem64f* varAcc,
+                                       int len, Zem64f val);
+/* Column sums and sums of squares of a height x width matrix; _I forms add to dstSum/dstSumSq. */
+ZEMSR_API ZemStatus zemsSumMeanVar_32f(const Zem32f* src, int step, int height, Zem32f* dstSum, Zem32f* dstSumSq,
+                                       int width);
+ZEMSR_API ZemStatus zemsSumMeanVar_32f_I(const Zem32f* src, int step, int height, Zem32f* dstSum, Zem32f* dstSumSq,
+                                         int width);
+ZEMSR_API ZemStatus zemsSumMeanVar_16s32f(const Zem16s* src, int step, int height, Zem32f* dstSum, Zem32f* dstSumSq,
+                                          int width);
+ZEMSR_API ZemStatus zemsSumMeanVar_16s32f_I(const Zem16s* src, int step, int height, Zem32f* dstSum,
+                                            Zem32f* dstSumSq, int width);
+ZEMSR_API ZemStatus zemsSumMeanVar_16s32s_Sfs(const Zem16s* src, int step, int height, Zem32s* dstSum,
+                                              Zem32s* dstSumSq, int width, int scaleFactor);
+ZEMSR_API ZemStatus zemsSumMeanVar_16s32s_ISfs(const Zem16s* src, int step, int height, Zem32s* dstSum,
+                                               Zem32s* dstSumSq, int width, int scaleFactor);
+/* dst = scale (sumSq - meanWeight mean^2). */
+ZEMSR_API ZemStatus zemsNewVar_32f(const Zem32f* mean, const Zem32f* sumSq, Zem32f* dst, int len, Zem32f meanWeight,
+                                   Zem32f scale);
+ZEMSR_API ZemStatus zemsNewVar_32f_I(const Zem32f* mean, Zem32f* srcDst, int len, Zem32f meanWeight, Zem32f scale);
+ZEMSR_API ZemStatus zemsNewVar_32s_Sfs(const Zem32s* mean, const Zem32s* sumSq, Zem32s* dst, int len,
+                                       Zem32f meanWeight, Zem32f scale, int scaleFactor);
+ZEMSR_API ZemStatus zemsNewVar_32s_ISfs(const Zem32s* mean, Zem32s* srcDst, int len, Zem32f meanWeight, Zem32f scale,
+                                        int scaleFactor);
+ZEMSR_API ZemStatus zemsAccCovarianceMatrix_32f64f_D2(const Zem32f* src, int srcStep, int height, const Zem32f* mean,
+                                                      Zem64f* dst, int width, int dstStep, Zem64f val);
+ZEMSR_API ZemStatus zemsAccCovarianceMatrix_16s64f_D2(const Zem16s* src, int srcStep, int height, const Zem16s* mean,
+                                                      Zem64f* dst, int width, int dstStep, Zem64f val);
+ZEMSR_API ZemStatus zemsAccCovarianceMatrix_32f64f_D2L(const Zem32f* const* srcRows, int height, const Zem32f* mean,
+                                                       Zem64f* const* dstRows, int width, Zem64f val);
+ZEMSR_API ZemStatus zemsAccCovarianceMatrix_16s64f_D2L(const Zem16s* const* srcRows, int height, const Zem16s* mean,
+                                                       Zem64f* const* dstRows, int width, Zem64f val);
 
-/* ---- Gaussian clustering: to come ---- */
+/* ---- Gaussian clustering ---------------------------------------------------------------- */
+/* Two weighted diagonal Gaussians merged: m = (w1 m1 + w2 m2) / W, v = ((m1^2 + v1) w1 + (m2^2 +
+ * v2) w2) / W - m^2, W = w1 + w2; the distance is w1 g1 + w2 g2 - W (n ln(2 pi) - sum ln v).  Split:
+ * mean1 +- val sqrt(var1).  Bhattacharyya: Q / 4 + (sum ln((v1 + v2)^2 / (v1 v2)) - n ln 4) / 4 (SLog:
+ * from the callers' sums of ln var).  Clusters: per-element statistics (overwritten, the caller
+ * adds them up) and the cluster log-likelihood.  Zero and negative values give +inf (-inf for a
+ * cluster) or a NaN with zemStatusLogZeroWarning or zemStatusLogNegativeWarning.
+ * Threads: no state; any number of threads on distinct outputs.
+ * Determinism: the same bits for any alignment and thread count, except zemsGaussianSplit_32f,
+ * whose square root is taken in float when all four arrays are 16-byte aligned and in double
+ * otherwise: by design. */
+ZEMSR_API ZemStatus zemsGaussianDist_32f(const Zem32f* mean1, const Zem32f* var1, const Zem32f* mean2,
+                                         const Zem32f* var2, int len, Zem32f* dist, Zem32f weight1, Zem32f gconst1,
+                                         Zem32f weight2, Zem32f gconst2);
+ZEMSR_API ZemStatus zemsGaussianDist_64f(const Zem64f* mean1, const Zem64f* var1, const Zem64f* mean2,
+                                         const Zem64f* var2, int len, Zem64f* dist, Zem64f weight1, Zem64f gconst1,
+                                         Zem64f weight2, Zem64f gconst2);
+ZEMSR_API ZemStatus zemsGaussianMerge_32f(const Zem32f* mean1, const Zem32f* var1, const Zem32f* mean2,
+                                          const Zem32f* var2, Zem32f* dstMean, Zem32f* dstVar, int len,
+                                          Zem32f* dstGconst, Zem32f weight1, Zem32f weight2);
+ZEMSR_API ZemStatus zemsGaussianMerge_64f(const Zem64f* mean1, const Zem64f* var1, const Zem64f* mean2,
+                                          const Zem64f* var2, Zem64f* dstMean, Zem64f* dstVar, int len,
+                                          Zem64f* dstGconst, Zem64f weight1, Zem64f weight2);
+ZEMSR_API ZemStatus zemsGaussianSplit_32f(Zem32f* mean1, const Zem32f* var1, Zem32f* mean2, Zem32f* var2, int len,
+                                          Zem32f val);
+ZEMSR_API ZemStatus zemsGaussianSplit_64f(Zem64f* mean1, const Zem64f* var1, Zem64f* mean2, Zem64f* var2, int len,
+                                          Zem64f val);
+ZEMSR_API ZemStatus zemsBhatDist_32f(const Zem32f* mean1, const Zem32f* var1, const Zem32f* mean2, const Zem32f* var2,
+                                     int len, Zem32f* dist);
+ZEMSR_API ZemStatus zemsBhatDist_32f64f(const Zem32f* mean1, const Zem32f* var1, const Zem32f* mean2,
+                                        const Zem32f* var2, int len, Zem64f* dist);
+ZEMSR_API ZemStatus zemsBhatDistSLog_32f(const Zem32f* mean1, const Zem32f* var1, const Zem32f* mean2,
+                                         const Zem32f* var2, int len, Zem32f* dist, Zem32f sumLog1, Zem32f sumLog2);
+ZEMSR_API ZemStatus zemsBhatDistSLog_32f64f(const Zem32f* mean1, const Zem32f* var1, const Zem32f* mean2,
+                                            const Zem32f* var2, int len, Zem64f* dist, Zem32f sumLog1,
+                                            Zem32f sumLog2);
+/* var holds inverse variances; DirectVar: variances. */
+ZEMSR_API ZemStatus zemsDcsClustLAccumulate_32f(const Zem32f* mean, const Zem32f* var, Zem32f* dstSum,
+                                                Zem32f* dstSumSq, int len, Zem32f val);
+ZEMSR_API ZemStatus zemsDcsClustLAccumulate_64f(const Zem64f* mean, const Zem64f* var, Zem64f* dstSum,
+                                                Zem64f* dstSumSq, int len, Zem64f val);
+ZEMSR_API ZemStatus zemsDcsClustLAccumulate_DirectVar_32f(const Zem32f* mean, const Zem32f* var, Zem32f* dstSum,
+                                                          Zem32f* dstSumSq, int len, Zem32f val);
+ZEMSR_API ZemStatus zemsDcsClustLAccumulate_DirectVar_64f(const Zem64f* mean, const Zem64f* var, Zem64f* dstSum,
+                                                          Zem64f* dstSumSq, int len, Zem64f val);
+/* dst = occ/2 (n (2 ln occ - 1 - ln(2 pi)) - sum ln(occ sumSq - sum^2)); -1e10 and
+ * zemStatusZeroOccupancyWarning for occ 0. */
+ZEMSR_API ZemStatus zemsDcsClustLCompute_64f(const Zem64f* sum, const Zem64f* sumSq, int len, Zem64f* dst, Zem64f occ);
+ZEMSR_API ZemStatus zemsDcsClustLCompute_32f64f(const Zem32f* sum, const Zem32f* sumSq, int len, Zem64f* dst,
+                                                Zem32f occ);
 
 /* ---- Matrix and vector products: to come ---- */
 
