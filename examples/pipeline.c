@@ -130,66 +130,59 @@ int pipeFeatures(PipeFrontEnd* fe, const short* samples, int n, float* feats) {
 
 /* ---- Mixtures ---------------------------------------------------------------------------- */
 
+/* Expectation-maximisation with the library's training steps: each frame is scored
+ * against every component (zemsLogGaussMultiMix_32f_D2) and its posteriors come from the
+ * log sum (zemsLogSum_32f); zemsMeanVarAcc_32f gathers the weighted statistics around the
+ * current means; zemsUpdateMean_32f, zemsUpdateVar_32f (with a variance floor) and
+ * zemsUpdateWeight_32f (with a weight floor) re-estimate; zemsUpdateGConst_DirectVar_32f
+ * gives each component's normalising term.  A component that no frame reaches keeps its
+ * parameters (the update reports zero occupancy and writes nothing). */
 void pipeTrain(PipeMixture* m, const float* x, int count) {
     enum { K = PIPE_COMPONENTS, D = PIPE_FEATURES };
-    double mean[K][D], var[K][D], weight[K];
-    double globalMean[D] = {0}, globalVar[D] = {0};
-    for (int t = 0; t < count; ++t)
-        for (int d = 0; d < D; ++d) globalMean[d] += x[t * D + d] / count;
-    for (int t = 0; t < count; ++t)
-        for (int d = 0; d < D; ++d) globalVar[d] += (x[t * D + d] - globalMean[d]) * (x[t * D + d] - globalMean[d]) / count;
+    float var[K][D], weight[K], floor[D], sum[D], sumSq[D];
     /* Start: means at frames spread over the data, the global variance, equal weights. */
+    if (zemsSumMeanVar_32f(x, D, count, sum, sumSq, D) != zemStatusOk) return;
+    for (int d = 0; d < D; ++d) {
+        const float mu = sum[d] / (float)count;
+        const float v = sumSq[d] / (float)count - mu * mu;
+        floor[d] = 1e-2f * v;
+        for (int k = 0; k < K; ++k) var[k][d] = v;
+    }
     for (int k = 0; k < K; ++k) {
         const int t = (int)(((long)k * 2 + 1) * count / (2 * K));
-        for (int d = 0; d < D; ++d) {
-            mean[k][d] = x[t * D + d];
-            var[k][d] = globalVar[d];
-        }
-        weight[k] = 1.0 / K;
+        memcpy(m->mean[k], x + (size_t)t * D, sizeof m->mean[k]);
+        weight[k] = 1.0f / K;
     }
-    double* resp = malloc(sizeof(double) * (size_t)count * K);
-    if (!resp) return;
-    for (int iter = 0; iter < 12; ++iter) {
-        for (int t = 0; t < count; ++t) {
-            double best = -1e300;
-            for (int k = 0; k < K; ++k) {
-                double s = log(weight[k]);
-                for (int d = 0; d < D; ++d) {
-                    const double e = x[t * D + d] - mean[k][d];
-                    s -= 0.5 * (e * e / var[k][d] + log(2.0 * M_PI * var[k][d]));
-                }
-                resp[t * K + k] = s;
-                if (s > best) best = s;
-            }
-            double sum = 0.0;
-            for (int k = 0; k < K; ++k) sum += resp[t * K + k] = exp(resp[t * K + k] - best);
-            for (int k = 0; k < K; ++k) resp[t * K + k] /= sum;
-        }
+    for (int iter = 0; iter <= 12; ++iter) {
+        /* Scoring form of the current model: inverse variances and val = ln w - gconst / 2. */
         for (int k = 0; k < K; ++k) {
-            double n = 1e-9;
-            for (int t = 0; t < count; ++t) n += resp[t * K + k];
-            for (int d = 0; d < D; ++d) {
-                double s = 0.0, s2 = 0.0;
-                for (int t = 0; t < count; ++t) {
-                    s += resp[t * K + k] * x[t * D + d];
-                    s2 += resp[t * K + k] * x[t * D + d] * x[t * D + d];
-                }
-                mean[k][d] = s / n;
-                const double v = s2 / n - mean[k][d] * mean[k][d];
-                var[k][d] = v > 1e-2 * globalVar[d] ? v : 1e-2 * globalVar[d];
+            float gconst = 0.0f;
+            for (int d = 0; d < D; ++d) m->invVar[k][d] = 1.0f / var[k][d];
+            zemsUpdateGConst_DirectVar_32f(var[k], D, &gconst);
+            m->val[k] = logf(weight[k]) - 0.5f * gconst;
+        }
+        if (iter == 12) break;
+        static float meanAcc[K][D], varAcc[K][D];
+        float occ[K] = {0};
+        memset(meanAcc, 0, sizeof meanAcc);
+        memset(varAcc, 0, sizeof varAcc);
+        for (int t = 0; t < count; ++t) {
+            const float* frame = x + (size_t)t * D;
+            float score[K], total;
+            memcpy(score, m->val, sizeof score);
+            zemsLogGaussMultiMix_32f_D2(&m->mean[0][0], &m->invVar[0][0], D, frame, D, score, K);
+            zemsLogSum_32f(score, &total, K);
+            for (int k = 0; k < K; ++k) {
+                const float post = expf(score[k] - total);
+                occ[k] += post;
+                zemsMeanVarAcc_32f(frame, m->mean[k], meanAcc[k], varAcc[k], D, post);
             }
-            weight[k] = n / count > 1e-4 ? n / count : 1e-4;
         }
-    }
-    free(resp);
-    for (int k = 0; k < K; ++k) {
-        double logDet = 0.0;
-        for (int d = 0; d < D; ++d) {
-            m->mean[k][d] = (float)mean[k][d];
-            m->invVar[k][d] = (float)(1.0 / var[k][d]);
-            logDet += log(var[k][d]);
-        }
-        m->val[k] = (float)(log(weight[k]) - 0.5 * (D * log(2.0 * M_PI) + logDet));
+        for (int k = 0; k < K; ++k)
+            if (zemsUpdateVar_32f(meanAcc[k], varAcc[k], floor, var[k], D, occ[k], occ[k]) >= 0)
+                zemsUpdateMean_32f(meanAcc[k], m->mean[k], D, occ[k]);
+        float total;
+        zemsUpdateWeight_32f(occ, weight, K, &total, (float)count, 1e-4f);
     }
 }
 
