@@ -16,6 +16,7 @@
 #include "frame/record.h"
 #include "frame/scale.h"
 #include "own.h"
+#include "primitives/simd.h"
 #include "training/logsum.h"
 
 namespace {
@@ -116,9 +117,20 @@ ZemStatus updateGConst(const T* var, int len, T* gconst) {
 
 // ---- Accumulation ---------------------------------------------------------------------------
 
+// Element by element, so the vector groups and the scalar tail give the same bits.
 template <class T>
 void meanVarAcc(const T* src, const T* mean, T* meanAcc, T* varAcc, int len, T val) {
-    for (int i = 0; i < len; ++i) {
+    using V = zem::simd::Vec<T>;
+    constexpr int kL = zem::simd::kLanes<T>;
+    const V w = zem::simd::splat(val);
+    int i = 0;
+    for (; i + kL <= len; i += kL) {
+        const V d = zem::simd::load(src + i) - zem::simd::load(mean + i);
+        const V t = d * w;
+        zem::simd::store(meanAcc + i, zem::simd::load(meanAcc + i) + t);
+        zem::simd::store(varAcc + i, zem::simd::load(varAcc + i) + d * t);
+    }
+    for (; i < len; ++i) {
         const T d = src[i] - mean[i];
         const T t = d * val;
         meanAcc[i] += t;
