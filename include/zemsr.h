@@ -955,7 +955,63 @@ ZEMSR_API ZemStatus zemsDcsClustLCompute_32f64f(const Zem32f* sum, const Zem32f*
 
 /* ---- Singular value decomposition: to come ---- */
 
-/* ---- Polyphase resampling: to come ---- */
+/* ---- Polyphase resampling ------------------------------------------------------------- */
+/* Band-limited resampling by a Kaiser-windowed sinc.  Variable engine: any real ratio factor
+ * (output rate / input rate), which may change between calls, from a finely sampled half
+ * filter of nStep entries per input sample.  Fixed engine: the ratio outRate / inRate reduced
+ * to lowest terms and one filter per output phase.  Both read src before index 0 and after
+ * len - 1 as far as the filter reaches: the caller keeps that history and look-ahead.  time
+ * (in input samples from src[0]) carries the stream between calls: a block consumes len input
+ * samples of time, so the caller subtracts len and moves src on.  16-bit outputs are rounded
+ * half away from zero and saturated.  hint: zemAlgHintAccurate (2) or fast (any other value).
+ * The row copies of Get/SetFixedFilter stop at the end of the state's rows (a safety limit
+ * of this library), whatever height is given.
+ * Threads: a state holds only filters and is read-only during runs: one state may serve
+ * several streams and threads at once (their time values are the callers').
+ * Determinism: the same bits for any alignment, thread count and split of a stream into blocks. */
+ZEMSR_API ZemStatus zemsResamplePolyphaseInitAlloc_32f(ZemsResampleState_32f** state, Zem32f window, Zem32s nStep,
+                                                       Zem32f rollf, Zem32f alpha, Zem32s hint);
+ZEMSR_API ZemStatus zemsResamplePolyphaseInitAlloc_16s(ZemsResampleState_16s** state, Zem32f window, Zem32s nStep,
+                                                       Zem32f rollf, Zem32f alpha, Zem32s hint);
+ZEMSR_API ZemStatus zemsResamplePolyphaseFree_32f(ZemsResampleState_32f* state);
+ZEMSR_API ZemStatus zemsResamplePolyphaseFree_16s(ZemsResampleState_16s* state);
+ZEMSR_API ZemStatus zemsResamplePolyphase_32f(const ZemsResampleState_32f* state, const Zem32f* src, Zem32s len,
+                                              Zem32f* dst, Zem64f factor, Zem32f norm, Zem64f* time,
+                                              Zem32s* outLen);
+ZEMSR_API ZemStatus zemsResamplePolyphase_16s(const ZemsResampleState_16s* state, const Zem16s* src, Zem32s len,
+                                              Zem16s* dst, Zem64f factor, Zem32f norm, Zem64f* time,
+                                              Zem32s* outLen);
+ZEMSR_API ZemStatus zemsResamplePolyphaseFixedGetSize_32f(Zem32s inRate, Zem32s outRate, Zem32s len, Zem32s* size,
+                                                          Zem32s* filterLen, Zem32s* numFilters);
+ZEMSR_API ZemStatus zemsResamplePolyphaseFixedGetSize_16s(Zem32s inRate, Zem32s outRate, Zem32s len, Zem32s* size,
+                                                          Zem32s* filterLen, Zem32s* numFilters, Zem32s hint);
+ZEMSR_API ZemStatus zemsResamplePolyphaseFixedInit_32f(ZemsResampleFixedState_32f* state, Zem32s inRate,
+                                                       Zem32s outRate, Zem32s len, Zem32s hint);
+ZEMSR_API ZemStatus zemsResamplePolyphaseFixedInit_16s(ZemsResampleFixedState_16s* state, Zem32s inRate,
+                                                       Zem32s outRate, Zem32s len, Zem32s hint);
+ZEMSR_API ZemStatus zemsResamplePolyphaseFixedInitAlloc_32f(ZemsResampleFixedState_32f** state, Zem32s inRate,
+                                                            Zem32s outRate, Zem32s len, Zem32f rollf, Zem32f alpha,
+                                                            Zem32s hint);
+ZEMSR_API ZemStatus zemsResamplePolyphaseFixedInitAlloc_16s(ZemsResampleFixedState_16s** state, Zem32s inRate,
+                                                            Zem32s outRate, Zem32s len, Zem32f rollf, Zem32f alpha,
+                                                            Zem32s hint);
+ZEMSR_API ZemStatus zemsResamplePolyphaseFixedFree_32f(ZemsResampleFixedState_32f* state);
+ZEMSR_API ZemStatus zemsResamplePolyphaseFixedFree_16s(ZemsResampleFixedState_16s* state);
+ZEMSR_API ZemStatus zemsResamplePolyphaseFixed_32f(const ZemsResampleFixedState_32f* state, const Zem32f* src,
+                                                   Zem32s len, Zem32f* dst, Zem32f norm, Zem64f* time,
+                                                   Zem32s* outLen);
+ZEMSR_API ZemStatus zemsResamplePolyphaseFixed_16s(const ZemsResampleFixedState_16s* state, const Zem16s* src,
+                                                   Zem32s len, Zem16s* dst, Zem32f norm, Zem64f* time,
+                                                   Zem32s* outLen);
+/* Filter rows to and from a matrix of height rows step elements apart. */
+ZEMSR_API ZemStatus zemsResamplePolyphaseGetFixedFilter_32f(const ZemsResampleFixedState_32f* state, Zem32f* dst,
+                                                            Zem32s step, Zem32s height);
+ZEMSR_API ZemStatus zemsResamplePolyphaseGetFixedFilter_16s(const ZemsResampleFixedState_16s* state, Zem16s* dst,
+                                                            Zem32s step, Zem32s height);
+ZEMSR_API ZemStatus zemsResamplePolyphaseSetFixedFilter_32f(ZemsResampleFixedState_32f* state, const Zem32f* src,
+                                                            Zem32s step, Zem32s height);
+ZEMSR_API ZemStatus zemsResamplePolyphaseSetFixedFilter_16s(ZemsResampleFixedState_16s* state, const Zem16s* src,
+                                                            Zem32s step, Zem32s height);
 
 /* ---- Dynamic time warping: to come ---- */
 

@@ -60,6 +60,21 @@ public:
         return p;
     }
 
+    // The same without the zero fill, for blocks whose contents a caller may have set
+    // before and expects to stand.
+    template <class T>
+    T* place(int64_t count, size_t align = kStateAlign) {
+        if (count < 0) count = 0;
+        const int64_t bytes = count * static_cast<int64_t>(sizeof(T));
+        if (measuring_) {
+            bytes_ += bytes + static_cast<int64_t>(align) - 1;
+            return nullptr;
+        }
+        T* p = alignUp<T>(cursor_, align);
+        cursor_ = reinterpret_cast<char*>(p) + bytes;
+        return p;
+    }
+
     // The record itself.  In a caller's buffer it stands at the buffer's start, where the
     // caller keeps pointing; when measuring it is charged its size.
     template <class Rec>
@@ -128,6 +143,11 @@ inline void releaseRecord(Rec* r) {
     r->head.id = 0;
     if (block) zemFree(block);
 }
+
+// Records whose layout is fixed field by field, without a RecordHead: one block from the
+// allocator with the record at its start, so that the record pointer is the block.
+inline void* allocateBlock(int64_t bytes) { return bytes > 0 ? zemMalloc(bytes) : nullptr; }
+inline void releaseBlock(void* block) { zemFree(block); }
 
 // A work array: on the stack up to StackCount elements, from the allocator above.  A
 // count that cannot be allocated leaves ok() false; the caller returns
