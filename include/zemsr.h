@@ -1013,7 +1013,29 @@ ZEMSR_API ZemStatus zemsResamplePolyphaseSetFixedFilter_32f(ZemsResampleFixedSta
 ZEMSR_API ZemStatus zemsResamplePolyphaseSetFixedFilter_16s(ZemsResampleFixedState_16s* state, const Zem16s* src,
                                                             Zem32s step, Zem32s height);
 
-/* ---- Dynamic time warping: to come ---- */
+/* ---- Dynamic time warping: the least cost of a monotone path through d(i, j) = ||row_i - col_j|| - */
+/* A path advances 0, 1 or 2 columns a row inside a parallelogram band widened by delta, and a
+ * beam keeps the cells within max(0, beta) of each row's minimum.  The longer sequence gives the
+ * rows (src2 on equal lengths); the result is the least cost in the last row reached, not
+ * normalised: 3.4028235e38 when no row follows the first (2147483647 in the integer forms at
+ * scale factor 0). */
+/* Threads: no state; any number of threads on distinct outputs.
+ * Determinism: the same bits for any alignment, row layout and thread count. */
+ZEMSR_API ZemStatus zemsDTW_L2_32f_D2L(const Zem32f* const* src1, int height1, const Zem32f* const* src2,
+                                       int height2, int width, Zem32f* dst, int delta, Zem32f beta);
+ZEMSR_API ZemStatus zemsDTW_L2_32f_D2(const Zem32f* src1, int height1, const Zem32f* src2, int height2, int width,
+                                      int step, Zem32f* dst, int delta, Zem32f beta);
+ZEMSR_API ZemStatus zemsDTW_L2Low_16s32s_D2LSfs(const Zem16s* const* src1, int height1, const Zem16s* const* src2,
+                                                int height2, int width, Zem32s* dst, int delta, Zem32f beta,
+                                                int scaleFactor);
+ZEMSR_API ZemStatus zemsDTW_L2Low_16s32s_D2Sfs(const Zem16s* src1, int height1, const Zem16s* src2, int height2,
+                                               int width, int step, Zem32s* dst, int delta, Zem32f beta,
+                                               int scaleFactor);
+ZEMSR_API ZemStatus zemsDTW_L2_8u32s_D2LSfs(const Zem8u* const* src1, int height1, const Zem8u* const* src2,
+                                            int height2, int width, Zem32s* dst, int delta, Zem32f beta,
+                                            int scaleFactor);
+ZEMSR_API ZemStatus zemsDTW_L2_8u32s_D2Sfs(const Zem8u* src1, int height1, const Zem8u* src2, int height2, int width,
+                                           int step, Zem32s* dst, int delta, Zem32f beta, int scaleFactor);
 
 /* ---- Elementwise special functions: to come ---- */
 
