@@ -2,11 +2,35 @@
 # Makes the demo's utterances: short phrases from a speech synthesizer (Debian packages
 # espeak-ng and sox), 16 kHz mono 16-bit, with silence, and in some files noise, around
 # them.  Writes NAME.wav and a line "NAME.wav lead_ms speech_ms text" per file to
-# utterances.txt.  The files are committed; rerun only to change them.
+# utterances.txt.  With "words" (or "all") it also makes the isolated words of the
+# recognition example: zero .. nine, yes, no by three voices at two speeds, trimmed of
+# silence, into words/VOICE-SPEED-WORD.wav with a line "file voice speed word" per file in
+# words/words.txt.  The files are committed; rerun only to change them.
+#
+#     make-speech.sh [utterances|words|all]      (default: all)
 set -euo pipefail
 cd "$(dirname "$0")"
+what=${1:-all}
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
+
+if [ "$what" = words ] || [ "$what" = all ]; then
+    mkdir -p words
+    : > words/words.txt
+    for voice in en+m3 en-us en+f3; do
+        for speed in 130 180; do
+            for word in zero one two three four five six seven eight nine yes no; do
+                name="${voice//+/_}-$speed-$word.wav"
+                espeak-ng -v "$voice" -s "$speed" -w "$tmp/raw.wav" "$word"
+                sox "$tmp/raw.wav" -r 16000 -c 1 -b 16 "words/$name" \
+                    silence 1 0.01 0.5% reverse silence 1 0.01 0.5% reverse pad 0.05 0.05
+                echo "$name $voice $speed $word" >> words/words.txt
+            done
+        done
+    done
+    du -sh words
+fi
+[ "$what" = words ] && exit 0
 : > utterances.txt
 
 # name voice speed lead_s tail_s noise(none|white|brown) level text
