@@ -186,4 +186,19 @@ private:
 template <class T>
 using HeapScratch = Scratch<T, 0>;
 
+// For a record whose layout and size a Part fixes and that carries no RecordHead: one
+// block of exactly `bytes` from the allocator, carved by build(arena, block) from its
+// first `align` boundary; build returns the record, which keeps `block` in a field of
+// its own and hands it to releaseLaidOut.  On failure *out is untouched.
+template <class Rec, class Build>
+inline ZemStatus allocateLaidOut(Rec** out, int64_t bytes, size_t align, Build&& build) {
+    void* block = zemMalloc(bytes);
+    if (!block) return zemStatusNoMemory;
+    Arena a = Arena::forBuffer(alignUp<char>(block, align));
+    *out = build(a, block);
+    return zemStatusOk;
+}
+
+inline void releaseLaidOut(void* block) { zemFree(block); }
+
 }  // namespace zem

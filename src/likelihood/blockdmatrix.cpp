@@ -6,7 +6,7 @@
 #include "blockdmatrix.h"
 #include "frame/carve.h"
 #include "frame/check.h"
-#include "zemcore.h"
+#include "frame/record.h"
 
 namespace {
 
@@ -32,28 +32,25 @@ int64_t neededBytes(const Zem32s* blockSizes, int numBlocks, int64_t order, int6
     return total;
 }
 
-template <class Record, class T>
-ZemStatus initAlloc(Record** pMatrix, const T* const* rows, const Zem32s* blockSizes, int numBlocks) {
-    if (!pMatrix || !rows || !blockSizes) return zemStatusNullPointer;
-    if (numBlocks < 1) return zemStatusBadSize;
+// The sum of the block sizes, or -1 when a size is below 1.
+int64_t orderOf(const Zem32s* blockSizes, int numBlocks) {
     int64_t order = 0;
     for (int b = 0; b < numBlocks; ++b) {
-        if (blockSizes[b] < 1) return zemStatusBadSize;
+        if (blockSizes[b] < 1) return -1;
         order += blockSizes[b];
     }
-    if (zem::anyNullRow(rows, order)) return zemStatusNullPointer;
-    const uint32_t reserved = reservedBytes(blockSizes, numBlocks, order, sizeof(T));
-    // A reservation that wrapped around 32 bits cannot hold the layout: it is refused
-    // as memory that cannot be had.
-    if (int64_t{reserved} < neededBytes(blockSizes, numBlocks, order, sizeof(T))) return zemStatusNoMemory;
-    void* block = zemMalloc(reserved);
-    if (!block) return zemStatusNoMemory;
+    return order;
+}
 
-    zem::Carver carver(block);
-    Record* m = carver.take<Record>(1, zem::kMatrixAlign);
-    zem::Carver behind(reinterpret_cast<char*>(m) + 32);
-    m->blockSizes = behind.take<Zem32s>(numBlocks, zem::kMatrixAlign);
-    m->rows = behind.take<T*>(order, zem::kMatrixAlign);
+// The record at the allocation's first 16-byte boundary, the size array at the next
+// boundary 32 bytes on, then the pointer array and the rows, each at a 16-byte boundary.
+template <class Record, class T>
+Record* build(zem::Arena& arena, void* block, const T* const* rows, const Zem32s* blockSizes, int numBlocks,
+              int64_t order) {
+    static_assert(sizeof(Record) == 32, "the size array starts 32 bytes behind the record");
+    Record* m = arena.template record<Record>();
+    m->blockSizes = arena.template take<Zem32s>(numBlocks, zem::kMatrixAlign);
+    m->rows = arena.template take<T*>(order, zem::kMatrixAlign);
     m->allocation = block;
     m->numBlocks = static_cast<Zem16u>(numBlocks);
     m->order = static_cast<Zem16u>(order);
@@ -61,18 +58,32 @@ ZemStatus initAlloc(Record** pMatrix, const T* const* rows, const Zem32s* blockS
     int64_t r = 0;
     for (int b = 0; b < numBlocks; ++b)
         for (int k = 0; k < blockSizes[b]; ++k, ++r) {
-            m->rows[r] = behind.take<T>(blockSizes[b], zem::kMatrixAlign);
+            m->rows[r] = arena.template take<T>(blockSizes[b], zem::kMatrixAlign);
             std::memcpy(m->rows[r], rows[r], sizeof(T) * static_cast<size_t>(blockSizes[b]));
         }
-    *pMatrix = m;
-    return zemStatusOk;
+    return m;
 }
 
-template <class Record>
-ZemStatus release(Record* matrix) {
-    if (!matrix) return zemStatusNullPointer;
-    zemFree(matrix->allocation);
-    return zemStatusOk;
+// Checks: null pointers, the block count and sizes, the source rows, then memory (a
+// reservation that wrapped around 32 bits cannot hold the layout and is refused as
+// memory that cannot be had).
+template <class Record, class T>
+ZemStatus initAlloc(Record** pMatrix, const T* const* rows, const Zem32s* blockSizes, int numBlocks) {
+    int64_t order = 0;
+    uint32_t reserved = 0;
+    if (const ZemStatus s = zem::firstFailure(
+            zem::nonNull(pMatrix, rows, blockSizes),
+            zem::atLeastOne(numBlocks),
+            zem::ensure([&] { return (order = orderOf(blockSizes, numBlocks)) >= 0; }, zemStatusBadSize),
+            zem::checkedBy([&] { return zem::anyNullRow(rows, order) ? zemStatusNullPointer : zemStatusOk; }),
+            zem::ensure([&] {
+                reserved = reservedBytes(blockSizes, numBlocks, order, sizeof(T));
+                return int64_t{reserved} >= neededBytes(blockSizes, numBlocks, order, sizeof(T));
+            }, zemStatusNoMemory)))
+        return s;
+    return zem::allocateLaidOut(pMatrix, reserved, zem::kMatrixAlign, [&](zem::Arena& arena, void* block) {
+        return build<Record>(arena, block, rows, blockSizes, numBlocks, order);
+    });
 }
 
 }  // namespace
@@ -91,8 +102,21 @@ ZEMSR_API ZemStatus zemsBlockDMatrixInitAlloc_64f(ZemsBlockDMatrix_64f** pMatrix
                                                   const Zem32s* blockSizes, int numBlocks) {
     return initAlloc(pMatrix, rows, blockSizes, numBlocks);
 }
-ZEMSR_API ZemStatus zemsBlockDMatrixFree_16s(ZemsBlockDMatrix_16s* matrix) { return release(matrix); }
-ZEMSR_API ZemStatus zemsBlockDMatrixFree_32f(ZemsBlockDMatrix_32f* matrix) { return release(matrix); }
-ZEMSR_API ZemStatus zemsBlockDMatrixFree_64f(ZemsBlockDMatrix_64f* matrix) { return release(matrix); }
+
+ZEMSR_API ZemStatus zemsBlockDMatrixFree_16s(ZemsBlockDMatrix_16s* matrix) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(matrix))) return s;
+    zem::releaseLaidOut(matrix->allocation);
+    return zemStatusOk;
+}
+ZEMSR_API ZemStatus zemsBlockDMatrixFree_32f(ZemsBlockDMatrix_32f* matrix) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(matrix))) return s;
+    zem::releaseLaidOut(matrix->allocation);
+    return zemStatusOk;
+}
+ZEMSR_API ZemStatus zemsBlockDMatrixFree_64f(ZemsBlockDMatrix_64f* matrix) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(matrix))) return s;
+    zem::releaseLaidOut(matrix->allocation);
+    return zemStatusOk;
+}
 
 }  // extern "C"

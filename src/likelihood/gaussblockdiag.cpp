@@ -8,41 +8,23 @@
 
 #include "blockdmatrix.h"
 #include "frame/check.h"
+#include "frame/record.h"
 #include "frame/scale.h"
-#include "gauss16.h"
-#include "own.h"
-#include "zemcore.h"
+#include "kernels/gauss16.h"
 
 namespace {
 
-constexpr int kStackElements = 112;
-
-// A work buffer of len elements of T, on the stack when short.
+// A work buffer of len elements: on the stack below 112.
 template <class T>
-class WorkBuffer {
-public:
-    explicit WorkBuffer(int len) : data_(len < kStackElements ? local_ : static_cast<T*>(zemMalloc(int64_t{len} * sizeof(T)))) {}
-    ~WorkBuffer() {
-        if (data_ != local_) zemFree(data_);
-    }
-    WorkBuffer(const WorkBuffer&) = delete;
-    WorkBuffer& operator=(const WorkBuffer&) = delete;
-    T* data() const { return data_; }
+using WorkBuffer = zem::Scratch<T, 111>;
 
-private:
-    alignas(32) T local_[kStackElements];
-    T* data_;
-};
-
-template <class Record, class... P>
-ZemStatus checkBlockScore(int len, const Record* matrix, const P*... p) {
-    if (!matrix || zem::anyNull(p...)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
-    if (len != matrix->order) return zemStatusBadSize;
-    return zemStatusOk;
+// The matrix's order is the length.
+template <class Record>
+auto lengthIsOrder(int len, const Record* matrix) {
+    return zem::ensure([=] { return len == matrix->order; }, zemStatusBadSize);
 }
 
-// Pipeline I: for each row of each block, a dot of the row with the block's differences
+// The quadratic form of the float and double matrices: for each row of each block, a dot of the row with the block's differences
 // in four lanes (runs of 8, 4, 2 and 1 columns), multiplied lane by lane by the row's own
 // difference into a four-lane acc folded at the end as (0 + 2) + (1 + 3).  D is the dot's
 // type, A the accumulator's: float and float, float and double, or double and double.
@@ -77,7 +59,7 @@ void differences(const T* x, const T* m, D* d, int len) {
     for (int i = 0; i < len; ++i) d[i] = static_cast<D>(x[i]) - static_cast<D>(m[i]);
 }
 
-// Pipeline J: saturated 16-bit differences in runs of 16, 8 and 4, the last (up to
+// The quadratic form of the 16-bit matrices: saturated 16-bit differences in runs of 16, 8 and 4, the last (up to
 // three) wrapping; row dots of exact 32-bit products converted to float, four lanes over
 // the columns up to the last multiple of 4 (folded (0 + 2) + (1 + 3)), the rest as a
 // scalar added after; acc += float(d) * dot in one float.
@@ -111,9 +93,12 @@ extern "C" {
 ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVar_32f(const Zem32f* src, const Zem32f* mean,
                                                      const ZemsBlockDMatrix_32f* matrix, int len, Zem32f* pResult,
                                                      Zem32f val) {
-    if (const ZemStatus s = checkBlockScore(len, matrix, src, mean, pResult); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, matrix, pResult),
+                                              zem::atLeastOne(len),
+                                              lengthIsOrder(len, matrix)))
+        return s;
     WorkBuffer<float> d(len);
-    if (!d.data()) return zemStatusNoMemory;
+    if (!d.ok()) return zemStatusNoMemory;
     differences(src, mean, d.data(), len);
     const float acc = blockQuadraticForm<float, float>(matrix, d.data());
     *pResult = static_cast<float>(static_cast<double>(val) - static_cast<double>(acc) * 0.5);
@@ -123,9 +108,12 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVar_32f(const Zem32f* src, const Ze
 ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVar_32f64f(const Zem32f* src, const Zem32f* mean,
                                                         const ZemsBlockDMatrix_32f* matrix, int len, Zem64f* pResult,
                                                         Zem64f val) {
-    if (const ZemStatus s = checkBlockScore(len, matrix, src, mean, pResult); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, matrix, pResult),
+                                              zem::atLeastOne(len),
+                                              lengthIsOrder(len, matrix)))
+        return s;
     WorkBuffer<float> d(len);
-    if (!d.data()) return zemStatusNoMemory;
+    if (!d.ok()) return zemStatusNoMemory;
     differences(src, mean, d.data(), len);
     *pResult = val - blockQuadraticForm<float, double>(matrix, d.data()) * 0.5;
     return zemStatusOk;
@@ -134,9 +122,12 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVar_32f64f(const Zem32f* src, const
 ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVar_64f(const Zem64f* src, const Zem64f* mean,
                                                      const ZemsBlockDMatrix_64f* matrix, int len, Zem64f* pResult,
                                                      Zem64f val) {
-    if (const ZemStatus s = checkBlockScore(len, matrix, src, mean, pResult); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, matrix, pResult),
+                                              zem::atLeastOne(len),
+                                              lengthIsOrder(len, matrix)))
+        return s;
     WorkBuffer<double> d(len);
-    if (!d.data()) return zemStatusNoMemory;
+    if (!d.ok()) return zemStatusNoMemory;
     differences(src, mean, d.data(), len);
     *pResult = val - blockQuadraticForm<double, double>(matrix, d.data()) * 0.5;
     return zemStatusOk;
@@ -147,9 +138,12 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVar_64f(const Zem64f* src, const Ze
 ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVar_16s32s_Sfs(const Zem16s* src, const Zem16s* mean,
                                                             const ZemsBlockDMatrix_16s* matrix, int len,
                                                             Zem32s* pResult, Zem32s val, int scaleFactor) {
-    if (const ZemStatus s = checkBlockScore(len, matrix, src, mean, pResult); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, matrix, pResult),
+                                              zem::atLeastOne(len),
+                                              lengthIsOrder(len, matrix)))
+        return s;
     WorkBuffer<Zem16s> d(len);
-    if (!d.data()) return zemStatusNoMemory;
+    if (!d.ok()) return zemStatusNoMemory;
     const float acc = blockQuadraticForm16(matrix, src, mean, d.data(), len);
     const float v = static_cast<float>(val) - (acc * zem::pow2Neg32f(scaleFactor)) * 0.5f;
     if (v < -2147483648.0f) *pResult = INT32_MIN;
@@ -161,9 +155,12 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVar_16s32s_Sfs(const Zem16s* src, c
 ZEMSR_API ZemStatus zemsLogGaussSingle_BlockDVarScaled_16s32f(const Zem16s* src, const Zem16s* mean,
                                                               const ZemsBlockDMatrix_16s* matrix, int len,
                                                               Zem32f* pResult, Zem32f val, int scaleFactor) {
-    if (const ZemStatus s = checkBlockScore(len, matrix, src, mean, pResult); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, matrix, pResult),
+                                              zem::atLeastOne(len),
+                                              lengthIsOrder(len, matrix)))
+        return s;
     WorkBuffer<Zem16s> d(len);
-    if (!d.data()) return zemStatusNoMemory;
+    if (!d.ok()) return zemStatusNoMemory;
     const float acc = blockQuadraticForm16(matrix, src, mean, d.data(), len);
     *pResult = val - (acc * 0.5f) * zem::pow2Neg32f(scaleFactor);
     return zemStatusOk;

@@ -1,52 +1,42 @@
 // Single-frame Gaussian scores: val - 0.5 * sum of (x[i] - m[i])^2 * w[i], one frame
 // against one Gaussian, in every type and pipeline.  Checks, the same in all: null
-// pointers, then a length below 1, then (forms with scratch) memory.
+// pointers, then a length below 1, then (forms with scratch) memory.  The float scores
+// are in kernels/gaussfloat.h, the 16-bit sums in kernels/gauss16.h and their ends in
+// kernels/scorerules.h.
 #include <cstdint>
 #include <immintrin.h>
 
 #include "frame/check.h"
+#include "frame/record.h"
 #include "frame/scale.h"
-#include "gauss16.h"
-#include "gaussblock.h"
-#include "gaussfloat.h"
+#include "kernels/distkernel.h"
+#include "kernels/gauss16.h"
+#include "kernels/gaussfloat.h"
+#include "kernels/scorerules.h"
 #include "own.h"
-#include "zemcore.h"
 
 namespace g16 = zem::gauss16;
 namespace gf = zem::gaussfloat;
-using zem::gaussblock::clampedInt;
-using zem::gaussblock::shiftedOne;
+namespace rules = zem::scorerules;
 
 namespace {
 
-template <class... P>
-ZemStatus checkScore(int len, const P*... p) {
-    if (zem::anyNull(p...)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
-    return zemStatusOk;
-}
-
-// Result rule 1: halve, scale by a power of two built from the low 6 bits of |sf|,
-// subtract from val, clamp to [-2^31, 2^31] and round; 2^31 converts to -2^31.
-Zem32s resultRule1(float s, Zem32s val, int sf) {
+// The rounded integer end: halve, scale by a power of two built from the low 6 bits of
+// |sf|, subtract from val, clamp to [-2^31, 2^31] and round; 2^31 converts to -2^31.
+Zem32s halvedShiftedRounded(float s, Zem32s val, int sf) {
     s = s * 0.5f;
     const uint32_t magnitude = sf < 0 ? 0u - static_cast<uint32_t>(sf) : static_cast<uint32_t>(sf);
-    const float p = shiftedOne(magnitude & 63u);
+    const float p = rules::shiftedOne(magnitude & 63u);
     s = sf >= 0 ? s / p : s * p;
     return zem::roundScoreToInt32(static_cast<float>(val) - s);
 }
 
-// Result rule 2: val - s * 2^-(sf + 1).
-float resultRule2(float s, float val, int sf) {
-    return val - s * zem::pow2Neg32f(clampedInt(static_cast<int64_t>(sf) + 1));
-}
-
-// Pipeline F: the Low lanes with var = 1 in three regimes of sf.  A last single element
+// The identity Low sum: the Low lanes with var = 1 in three regimes of sf.  A last single element
 // (odd len) stands apart: for sf < 0 the unsaturated square in 64 bits, its low 32 bits
 // halved and shifted left as one term; otherwise the hi/lo split of a difference that
 // wraps in 16 bits.
 int32_t lowIdentitySum(const Zem16s* x, const Zem16s* m, int len, int sf) {
-    const g16::LowShifts shifts = g16::lowShifts(sf);
+    const g16::LowShifts shifts = g16::lowShiftsPerRun(sf);
     const int paired = len & ~1;
     int32_t t = g16::lowSum(x, m, nullptr, paired, shifts);
     if (paired < len) {
@@ -64,19 +54,14 @@ int32_t lowIdentitySum(const Zem16s* x, const Zem16s* m, int len, int sf) {
     return t;
 }
 
-// Scratch of `blocks` float blocks of len elements, released on every path.
-class FloatScratch {
-public:
-    FloatScratch(int blocks, int len) : base_(ownMalloc_32f(blocks * len)), len_(len) {}
-    ~FloatScratch() { ownFree(base_); }
-    FloatScratch(const FloatScratch&) = delete;
-    FloatScratch& operator=(const FloatScratch&) = delete;
-    bool ok() const { return base_ != nullptr; }
-    float* block(int k) const { return base_ + static_cast<int64_t>(k) * len_; }
-
-private:
-    float* base_;
-    int len_;
+// Scratch of `blocks` float blocks of len elements from the allocator, released on
+// every path.
+struct FloatBlocks {
+    zem::HeapScratch<float> scratch;
+    int len;
+    FloatBlocks(int blocks, int n) : scratch(int64_t{blocks} * n), len(n) {}
+    bool ok() const { return scratch.ok(); }
+    float* block(int k) { return scratch.data() + int64_t{k} * len; }
 };
 
 // 1 / var into `out`: a block of ones divided in place by the division primitive, whose
@@ -93,62 +78,78 @@ extern "C" {
 // ---- Floating point ----------------------------------------------------------------
 ZEMSR_API ZemStatus zemsLogGaussSingle_32f(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int len,
                                            Zem32f* pResult, Zem32f val) {
-    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
-    *pResult = gf::pipelineA(src, mean, var, len, val);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    *pResult = gf::scoreInFloatLanes(src, mean, var, len, val);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogGaussSingle_IdVar_32f(const Zem32f* src, const Zem32f* mean, int len, Zem32f* pResult,
                                                  Zem32f val) {
-    if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
-    *pResult = gf::pipelineA(src, mean, nullptr, len, val);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    *pResult = gf::scoreInFloatLanes(src, mean, nullptr, len, val);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogGaussSingle_64f(const Zem64f* src, const Zem64f* mean, const Zem64f* var, int len,
                                            Zem64f* pResult, Zem64f val) {
-    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
-    *pResult = gf::pipelineB<gf::Weight::Multiply>(src, mean, var, len, val);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    *pResult = gf::scoreInDoubleLanes<gf::Weight::Multiply>(src, mean, var, len, val);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogGaussSingle_32f64f(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int len,
                                               Zem64f* pResult, Zem64f val) {
-    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
-    *pResult = gf::pipelineB<gf::Weight::Multiply>(src, mean, var, len, val);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    *pResult = gf::scoreInDoubleLanes<gf::Weight::Multiply>(src, mean, var, len, val);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogGaussSingle_IdVar_64f(const Zem64f* src, const Zem64f* mean, int len, Zem64f* pResult,
                                                  Zem64f val) {
-    if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
-    *pResult = gf::pipelineB<gf::Weight::One, Zem64f>(src, mean, nullptr, len, val);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    *pResult = gf::scoreInDoubleLanes<gf::Weight::One, Zem64f>(src, mean, nullptr, len, val);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogGaussSingle_IdVar_32f64f(const Zem32f* src, const Zem32f* mean, int len, Zem64f* pResult,
                                                     Zem64f val) {
-    if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
-    *pResult = gf::pipelineB<gf::Weight::One, Zem32f>(src, mean, nullptr, len, val);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    *pResult = gf::scoreInDoubleLanes<gf::Weight::One, Zem32f>(src, mean, nullptr, len, val);
     return zemStatusOk;
 }
 
 // ---- Variances given directly ----------------------------------------------------------
 ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVar_32f(const Zem32f* src, const Zem32f* mean, const Zem32f* var,
                                                      int len, Zem32f* pResult, Zem32f val) {
-    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
-    FloatScratch scratch(1, len);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    FloatBlocks scratch(1, len);
     if (!scratch.ok()) return zemStatusNoMemory;
     const ZemStatus status = reciprocals(var, scratch.block(0), len);
-    *pResult = gf::pipelineA(src, mean, scratch.block(0), len, val);
+    *pResult = gf::scoreInFloatLanes(src, mean, scratch.block(0), len, val);
     return status;
 }
 
 // Divides inside the sum; a zero variance goes through as an infinity or NaN.
 ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVar_64f(const Zem64f* src, const Zem64f* mean, const Zem64f* var,
                                                      int len, Zem64f* pResult, Zem64f val) {
-    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
-    *pResult = gf::pipelineB<gf::Weight::Divide>(src, mean, var, len, val);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    *pResult = gf::scoreInDoubleLanes<gf::Weight::Divide>(src, mean, var, len, val);
     return zemStatusOk;
 }
 
@@ -156,7 +157,9 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVar_64f(const Zem64f* src, const Ze
 // its warning at once, with nothing stored.
 ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVar_32f64f(const Zem32f* src, const Zem32f* mean, const Zem32f* var,
                                                         int len, Zem64f* pResult, Zem64f val) {
-    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
     double acc = 0.0;
     for (int i = 0; i < len; ++i) {
         const double t = static_cast<double>(src[i]) - static_cast<double>(mean[i]);
@@ -169,32 +172,35 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVar_32f64f(const Zem32f* src, const
     return zemStatusOk;
 }
 
-// Pipeline H: float blocks, reciprocals by the division primitive, the distance sum,
-// rounded with the scale factor plus one and subtracted from val in 64 bits.
+// Float blocks, reciprocals by the division primitive, the weighted distance sum rounded
+// with the scale factor plus one and subtracted from val in 64 bits.
 ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVar_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, const Zem16s* var,
                                                             int len, Zem32s* pResult, Zem32s val, int scaleFactor) {
-    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
-    FloatScratch scratch(4, len);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    FloatBlocks scratch(4, len);
     if (!scratch.ok()) return zemStatusNoMemory;
     float *varF = scratch.block(0), *meanF = scratch.block(1), *srcF = scratch.block(2), *w = scratch.block(3);
     ownConvert_16s32f(var, varF, len);
     ownConvert_16s32f(mean, meanF, len);
     ownConvert_16s32f(src, srcF, len);
     const ZemStatus status = reciprocals(varF, w, len);
-    float s;
-    zemsMahDistSingle_32f(srcF, meanF, w, len, &s);
+    const float s = zem::distance::rowDistance<float>(srcF, meanF, w, len);
     Zem32s v;
-    ownConvert_32f32s_Sfs(&s, &v, 1, 1, clampedInt(static_cast<int64_t>(scaleFactor) + 1));
+    ownConvert_32f32s_Sfs(&s, &v, 1, 1, rules::clampedInt(int64_t{scaleFactor} + 1));
     *pResult = zem::saturate32(int64_t{val} - int64_t{v});
     return status;
 }
 
-// Pipeline K on float reciprocals, result rule 3: val - (s * 0.5) * 2^-sf.
+// The float sum of groups of 8 on float reciprocals; val - (s * 0.5) * 2^-sf.
 ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVarScaled_16s32f(const Zem16s* src, const Zem16s* mean,
                                                               const Zem16s* var, int len, Zem32f* pResult, Zem32f val,
                                                               int scaleFactor) {
-    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
-    FloatScratch scratch(2, len);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    FloatBlocks scratch(2, len);
     if (!scratch.ok()) return zemStatusNoMemory;
     ownConvert_16s32f(var, scratch.block(0), len);
     const ZemStatus status = reciprocals(scratch.block(0), scratch.block(1), len);
@@ -206,30 +212,37 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_DirectVarScaled_16s32f(const Zem16s* src,
 // ---- 16-bit data, float sums -----------------------------------------------------------
 ZEMSR_API ZemStatus zemsLogGaussSingle_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, const Zem16s* var, int len,
                                                   Zem32s* pResult, Zem32s val, int scaleFactor) {
-    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
-    *pResult = resultRule1(g16::sumGroupsOf8(src, mean, var, len), val, scaleFactor);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    *pResult = halvedShiftedRounded(g16::sumGroupsOf8(src, mean, var, len), val, scaleFactor);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogGaussSingle_IdVar_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, int len,
                                                         Zem32s* pResult, Zem32s val, int scaleFactor) {
-    if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
-    *pResult = resultRule1(g16::sumGroupsOf8(src, mean, nullptr, len), val, scaleFactor);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    *pResult = halvedShiftedRounded(g16::sumGroupsOf8(src, mean, nullptr, len), val, scaleFactor);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogGaussSingle_Scaled_16s32f(const Zem16s* src, const Zem16s* mean, const Zem16s* var,
                                                      int len, Zem32f* pResult, Zem32f val, int scaleFactor) {
-    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
-    *pResult = resultRule2(g16::sumGroupsOf8(src, mean, var, len), val, scaleFactor);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    *pResult = rules::GroupsScaled16(len, scaleFactor)(src, mean, var, val);
     return zemStatusOk;
 }
 
-// Pipeline E.
 ZEMSR_API ZemStatus zemsLogGaussSingle_IdVarScaled_16s32f(const Zem16s* src, const Zem16s* mean, int len,
                                                           Zem32f* pResult, Zem32f val, int scaleFactor) {
-    if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
-    *pResult = resultRule2(static_cast<float>(g16::identitySquares64(src, mean, len)), val, scaleFactor);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    *pResult = rules::IdSquaresScaled16(len, scaleFactor)(src, mean, nullptr, val);
     return zemStatusOk;
 }
 
@@ -238,45 +251,43 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_IdVarScaled_16s32f(const Zem16s* src, con
 // toward zero without clamping.
 ZEMSR_API ZemStatus zemsLogGaussSingle_Low_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, const Zem16s* var,
                                                       int len, Zem32s* pResult, Zem32s val, int scaleFactor) {
-    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
-    if (scaleFactor < 0) {
-        const float s = g16::sumGroupsOf8(src, mean, var, len);
-        const float r = static_cast<float>(val) - s * shiftedOne(-(static_cast<int64_t>(scaleFactor) + 1));
-        *pResult = _mm_cvttss_si32(_mm_set_ss(r));
-        return zemStatusOk;
-    }
-    *pResult = g16::wrapAdd(val, g16::lowSum(src, mean, var, len, g16::lowShifts(scaleFactor)));
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    if (scaleFactor < 0)
+        *pResult = rules::truncated(rules::lowBelowZero(src, mean, var, len, static_cast<float>(val), scaleFactor));
+    else
+        *pResult = g16::wrapAdd(val, g16::lowSum(src, mean, var, len, g16::lowShiftsPerRun(scaleFactor)));
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogGaussSingle_LowScaled_16s32f(const Zem16s* src, const Zem16s* mean, const Zem16s* var,
                                                         int len, Zem32f* pResult, Zem32f val, int scaleFactor) {
-    if (const ZemStatus s = checkScore(len, src, mean, var, pResult); s != zemStatusOk) return s;
-    if (scaleFactor < 0) {
-        const float s = g16::sumGroupsOf8(src, mean, var, len);
-        *pResult = val - s * shiftedOne(-(static_cast<int64_t>(scaleFactor) + 1));
-        return zemStatusOk;
-    }
-    *pResult = static_cast<float>(g16::lowSum(src, mean, var, len, g16::lowShifts(scaleFactor))) + val;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    if (scaleFactor < 0)
+        *pResult = rules::lowBelowZero(src, mean, var, len, val, scaleFactor);
+    else
+        *pResult = static_cast<float>(g16::lowSum(src, mean, var, len, g16::lowShiftsPerRun(scaleFactor))) + val;
     return zemStatusOk;
 }
 
-// Pipeline F.
 ZEMSR_API ZemStatus zemsLogGaussSingle_IdVarLow_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, int len,
                                                            Zem32s* pResult, Zem32s val, int scaleFactor) {
-    if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
     *pResult = g16::wrapAdd(val, lowIdentitySum(src, mean, len, scaleFactor));
     return zemStatusOk;
 }
 
-// Pipeline G: with n = sf + 1, t = s * 2^-n by an integer power of two.
 ZEMSR_API ZemStatus zemsLogGaussSingle_IdVarLowScaled_16s32f(const Zem16s* src, const Zem16s* mean, int len,
                                                              Zem32f* pResult, Zem32f val, int scaleFactor) {
-    if (const ZemStatus s = checkScore(len, src, mean, pResult); s != zemStatusOk) return s;
-    const float s = -g16::pairLanesFloat<true>(src, mean, len);  // pipeline G
-    const int64_t n = static_cast<int64_t>(scaleFactor) + 1;
-    const float t = n < 1 ? s * shiftedOne(-n) : s / shiftedOne(n);
-    *pResult = val + t;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    *pResult = rules::IdLowScaled16{len, scaleFactor}(src, mean, nullptr, val);
     return zemStatusOk;
 }
 

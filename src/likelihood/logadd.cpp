@@ -4,7 +4,9 @@
 // padded into one more group.  Integer forms convert blocks of at most 128 elements to
 // Zem32f on the stack, scale, add, and convert back truncating.
 #include <cstdint>
+#include <type_traits>
 
+#include "frame/check.h"
 #include "frame/scale.h"
 #include "logcore.h"
 #include "own.h"
@@ -30,8 +32,8 @@ void addInGroups(const T* src, T* srcDst, int len, Group group) {
 }
 
 template <class T>
-ZemStatus logAddInteger(const T* src, T* srcDst, int len, int scaleFactor) {
-    if (const ZemStatus s = ld::checkArguments(len, src, srcDst); s != zemStatusOk) return s;
+void logAddInteger(const T* src, T* srcDst, int len, int scaleFactor) {
+    constexpr bool k16 = std::is_same_v<T, Zem16s>;
     const float factor = static_cast<float>(zem::pow2Neg64f(scaleFactor));
     const int64_t back64 = -static_cast<int64_t>(scaleFactor);
     const int back = static_cast<int>(back64 > INT32_MAX ? INT32_MAX : back64);
@@ -40,7 +42,7 @@ ZemStatus logAddInteger(const T* src, T* srcDst, int len, int scaleFactor) {
     alignas(32) Zem32f b[kBlock];
     for (int start = 0; start < len; start += kBlock) {
         const int n = len - start < kBlock ? len - start : kBlock;
-        if constexpr (sizeof(T) == 2) {
+        if constexpr (k16) {
             ownConvert_16s32f(src + start, a, n);
             ownConvert_16s32f(srcDst + start, b, n);
         } else {
@@ -50,10 +52,9 @@ ZemStatus logAddInteger(const T* src, T* srcDst, int len, int scaleFactor) {
         ownMulC_32f_I(factor, a, n);
         ownMulC_32f_I(factor, b, n);
         ownLogAddBlock_32f(a, b, n);
-        if constexpr (sizeof(T) == 2) ownConvert_32f16s_Sfs(b, srcDst + start, n, 0, back);
+        if constexpr (k16) ownConvert_32f16s_Sfs(b, srcDst + start, n, 0, back);
         else ownConvert_32f32s_Sfs(b, srcDst + start, n, 0, back);
     }
-    return zemStatusOk;
 }
 
 }  // namespace
@@ -66,14 +67,19 @@ void ownLogAddBlock_64f(const Zem64f* src, Zem64f* srcDst, int len) {
 
 extern "C" {
 
+// The family's check order: the length first, then the pointers.
 ZEMSR_API ZemStatus zemsLogAdd_32f(const Zem32f* src, Zem32f* srcDst, int len) {
-    if (const ZemStatus s = ld::checkArguments(len, src, srcDst); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(len),
+                                              zem::nonNull(src, srcDst)))
+        return s;
     ownLogAddBlock_32f(src, srcDst, len);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogAdd_64f(const Zem64f* src, Zem64f* srcDst, int len, int hint) {
-    if (const ZemStatus s = ld::checkArguments(len, src, srcDst); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(len),
+                                              zem::nonNull(src, srcDst)))
+        return s;
     // Hints 0, 1 and 2 select nothing; any other value returns success untouched.
     if (hint < 0 || hint > 2) return zemStatusOk;
     ownLogAddBlock_64f(src, srcDst, len);
@@ -81,11 +87,19 @@ ZEMSR_API ZemStatus zemsLogAdd_64f(const Zem64f* src, Zem64f* srcDst, int len, i
 }
 
 ZEMSR_API ZemStatus zemsLogAdd_16s_Sfs(const Zem16s* src, Zem16s* srcDst, int len, int scaleFactor) {
-    return logAddInteger(src, srcDst, len, scaleFactor);
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(len),
+                                              zem::nonNull(src, srcDst)))
+        return s;
+    logAddInteger(src, srcDst, len, scaleFactor);
+    return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogAdd_32s_Sfs(const Zem32s* src, Zem32s* srcDst, int len, int scaleFactor) {
-    return logAddInteger(src, srcDst, len, scaleFactor);
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(len),
+                                              zem::nonNull(src, srcDst)))
+        return s;
+    logAddInteger(src, srcDst, len, scaleFactor);
+    return zemStatusOk;
 }
 
 }  // extern "C"

@@ -21,13 +21,6 @@
 
 namespace zem::logdomain {
 
-// The family's check order: the length first, then the pointers.
-inline ZemStatus checkArguments(int len, const void* src, const void* dst) {
-    if (len < 1) return zemStatusBadSize;
-    if (!src || !dst) return zemStatusNullPointer;
-    return zemStatusOk;
-}
-
 // ---- Single precision ---------------------------------------------------------------
 inline constexpr float kDrop32 = -15.319587707519531f;
 inline constexpr float kLimit1_32 = -2.549999952316284f;

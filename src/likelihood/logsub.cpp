@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "frame/check.h"
 #include "frame/scale.h"
 #include "logcore.h"
 #include "own.h"
@@ -58,7 +59,7 @@ T subtractInteger(T x, T y, float factor) {
 template <class T>
 bool anyOutOfRange(const T* src, const T* srcDst, int len) {
     for (int i = 0; i < len; ++i) {
-        if constexpr (sizeof(T) == 4 && !std::is_floating_point_v<T>) {
+        if constexpr (std::is_same_v<T, Zem32s>) {
             // The difference in 32 bits: the sign of the wrapped value decides.
             if (static_cast<int32_t>(static_cast<uint32_t>(srcDst[i]) - static_cast<uint32_t>(src[i])) >= 0) return true;
         } else if constexpr (std::is_floating_point_v<T>) {
@@ -70,34 +71,58 @@ bool anyOutOfRange(const T* src, const T* srcDst, int len) {
     return false;
 }
 
+// Every srcDst[i] lies below src[i] (zemStatusOutOfRange); nothing is written otherwise.
+template <class T>
+auto inRange(const T* src, const T* srcDst, int len) {
+    return zem::ensure([=] { return !anyOutOfRange(src, srcDst, len); }, zemStatusOutOfRange);
+}
+
 template <class T, class Op>
-ZemStatus logSub(const T* src, T* srcDst, int len, Op op) {
-    if (const ZemStatus s = ld::checkArguments(len, src, srcDst); s != zemStatusOk) return s;
-    if (anyOutOfRange(src, srcDst, len)) return zemStatusOutOfRange;
+void logSub(const T* src, T* srcDst, int len, Op op) {
     for (int i = 0; i < len; ++i) srcDst[i] = op(src[i], srcDst[i]);
-    return zemStatusOk;
 }
 
 }  // namespace
 
 extern "C" {
 
+// The family's check order: the length, the pointers, then the range of every element.
 ZEMSR_API ZemStatus zemsLogSub_32f(const Zem32f* src, Zem32f* srcDst, int len) {
-    return logSub(src, srcDst, len, subtract32f);
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(len),
+                                              zem::nonNull(src, srcDst),
+                                              inRange(src, srcDst, len)))
+        return s;
+    logSub(src, srcDst, len, subtract32f);
+    return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogSub_64f(const Zem64f* src, Zem64f* srcDst, int len) {
-    return logSub(src, srcDst, len, subtract64f);
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(len),
+                                              zem::nonNull(src, srcDst),
+                                              inRange(src, srcDst, len)))
+        return s;
+    logSub(src, srcDst, len, subtract64f);
+    return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogSub_16s_Sfs(const Zem16s* src, Zem16s* srcDst, int len, int scaleFactor) {
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(len),
+                                              zem::nonNull(src, srcDst),
+                                              inRange(src, srcDst, len)))
+        return s;
     const float factor = zem::pow2Neg32f(scaleFactor);
-    return logSub(src, srcDst, len, [factor](Zem16s x, Zem16s y) { return subtractInteger(x, y, factor); });
+    logSub(src, srcDst, len, [factor](Zem16s x, Zem16s y) { return subtractInteger(x, y, factor); });
+    return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogSub_32s_Sfs(const Zem32s* src, Zem32s* srcDst, int len, int scaleFactor) {
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(len),
+                                              zem::nonNull(src, srcDst),
+                                              inRange(src, srcDst, len)))
+        return s;
     const float factor = zem::pow2Neg32f(scaleFactor);
-    return logSub(src, srcDst, len, [factor](Zem32s x, Zem32s y) { return subtractInteger(x, y, factor); });
+    logSub(src, srcDst, len, [factor](Zem32s x, Zem32s y) { return subtractInteger(x, y, factor); });
+    return zemStatusOk;
 }
 
 }  // extern "C"

@@ -11,7 +11,9 @@
 //   running result.
 #include <cstdint>
 #include <immintrin.h>
+#include <type_traits>
 
+#include "frame/check.h"
 #include "frame/scale.h"
 #include "logcore.h"
 #include "own.h"
@@ -35,13 +37,12 @@ inline double addGroupOne64(double a, double b) {
 }
 
 template <class T>
-ZemStatus logSumInteger(const T* src, T* dst, int len, int scaleFactor) {
-    if (const ZemStatus s = ld::checkArguments(len, src, dst); s != zemStatusOk) return s;
+void logSumInteger(const T* src, T* dst, int len, int scaleFactor) {
     if (len == 1) {
         *dst = src[0];  // as it stands: no scaling, no rounding
-        return zemStatusOk;
+        return;
     }
-    constexpr bool k32 = sizeof(T) == 4;
+    constexpr bool k32 = std::is_same_v<T, Zem32s>;
     constexpr double kMax = k32 ? 2147483647.0 : 32767.0;
     constexpr double kMin = k32 ? -2147483648.0 : -32768.0;
     const double s = zem::pow2Neg64f(scaleFactor);
@@ -50,7 +51,7 @@ ZemStatus logSumInteger(const T* src, T* dst, int len, int scaleFactor) {
         for (int i = 1; i < len; ++i) acc = ld::addShortPath(acc, s * src[i]);
         const double v = acc / s;
         *dst = v > kMax ? static_cast<T>(kMax) : (v < kMin ? static_cast<T>(kMin) : static_cast<T>(_mm_cvttsd_si32(_mm_set_sd(v))));
-        return zemStatusOk;
+        return;
     }
     const float f = static_cast<float>(s);
     constexpr int kBlock = 128;
@@ -74,7 +75,6 @@ ZemStatus logSumInteger(const T* src, T* dst, int len, int scaleFactor) {
     constexpr float kMaxF = k32 ? 2147483648.0f : 32767.0f;
     constexpr float kMinF = k32 ? -2147483648.0f : -32768.0f;
     *dst = v > kMaxF ? static_cast<T>(kMax) : (v < kMinF ? static_cast<T>(kMin) : static_cast<T>(_mm_cvttss_si32(_mm_set_ss(v))));
-    return zemStatusOk;
 }
 
 }  // namespace
@@ -104,23 +104,35 @@ void ownLogSumBlock_64f(const Zem64f* src, Zem64f* dst, int len) {
 extern "C" {
 
 ZEMSR_API ZemStatus zemsLogSum_32f(const Zem32f* src, Zem32f* dst, int len) {
-    if (const ZemStatus s = ld::checkArguments(len, src, dst); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(len),
+                                              zem::nonNull(src, dst)))
+        return s;
     ownLogSumBlock_32f(src, dst, len);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogSum_64f(const Zem64f* src, Zem64f* dst, int len) {
-    if (const ZemStatus s = ld::checkArguments(len, src, dst); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(len),
+                                              zem::nonNull(src, dst)))
+        return s;
     ownLogSumBlock_64f(src, dst, len);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogSum_16s_Sfs(const Zem16s* src, Zem16s* dst, int len, int scaleFactor) {
-    return logSumInteger(src, dst, len, scaleFactor);
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(len),
+                                              zem::nonNull(src, dst)))
+        return s;
+    logSumInteger(src, dst, len, scaleFactor);
+    return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsLogSum_32s_Sfs(const Zem32s* src, Zem32s* dst, int len, int scaleFactor) {
-    return logSumInteger(src, dst, len, scaleFactor);
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(len),
+                                              zem::nonNull(src, dst)))
+        return s;
+    logSumInteger(src, dst, len, scaleFactor);
+    return zemStatusOk;
 }
 
 }  // extern "C"

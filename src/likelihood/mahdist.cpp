@@ -7,21 +7,14 @@
 #include "frame/align.h"
 #include "frame/check.h"
 #include "frame/scale.h"
-#include "gauss16.h"
-#include "own.h"
-#include "distkernel.h"
+#include "kernels/distkernel.h"
+#include "kernels/gauss16.h"
 #include "primitives/simd.h"
+#include "scorerows.h"
 
 namespace simd = zem::simd;
 
 namespace {
-
-template <class T>
-T singleDistance(const T* src, const T* mean, const T* var, int len) {
-    T out;
-    zem::distance::rows<T, 1, true, false>(&src, &mean, &var, len, &out);
-    return out;
-}
 
 // Widened floats in four double lanes, for the 32f64f form.
 double singleDistance32f64f(const Zem32f* x, const Zem32f* m, const Zem32f* w, int len) {
@@ -70,54 +63,17 @@ Zem32s distance16sExact(const Zem16s* x, const Zem16s* m, const Zem16s* w, int l
     return shifted > INT32_MAX ? INT32_MAX : (shifted < INT32_MIN ? INT32_MIN : static_cast<Zem32s>(shifted));
 }
 
-template <class T>
-ZemStatus checkSingle(const T* src, const T* mean, const T* var, const void* result, int len) {
-    if (!src || !mean || !var || !result) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
-    return zemStatusOk;
-}
-
-template <class T>
-ZemStatus frames_D2(const T* src, int step, const T* mean, const T* var, int width, T* dst, int height) {
-    if (width > step) return zemStatusBadStride;
-    if (!src || !mean || !var || !dst) return zemStatusNullPointer;
-    if (width < 1 || height < 1) return zemStatusBadSize;
-    zem::distance::block<T, true, false>(mean, var, width, dst, height, [&](int f) {
-        return std::pair<const T*, const T*>{src + static_cast<int64_t>(f) * step, nullptr};
-    });
-    return zemStatusOk;
-}
-
-template <class T>
-ZemStatus frames_D2L(const T* const* srcRows, const T* mean, const T* var, int width, T* dst, int height) {
-    if (!srcRows || !mean || !var || !dst) return zemStatusNullPointer;
-    if (width < 1 || height < 1) return zemStatusBadSize;
-    if (zem::anyNullRow(srcRows, height)) return zemStatusNullPointer;
+// Frames of a _D2 or _D2L block against one mean and var.
+template <class T, class Frame>
+void frameDistances(const Frame& frame, const T* mean, const T* var, int width, T* dst, int height) {
     zem::distance::block<T, true, false>(mean, var, width, dst, height,
-                           [&](int f) { return std::pair<const T*, const T*>{srcRows[f], nullptr}; });
-    return zemStatusOk;
+                                         [&](int f) { return std::pair<const T*, const T*>{frame(f), nullptr}; });
 }
 
-template <class T>
-ZemStatus mixture_D2(const T* mean, const T* var, int step, const T* src, int width, T* dst, int n) {
-    if (width > step) return zemStatusBadStride;
-    if (!mean || !var || !src || !dst) return zemStatusNullPointer;
-    if (width < 1 || n < 1) return zemStatusBadSize;
-    zem::distance::block<T, false, false>(src, nullptr, width, dst, n, [&](int g) {
-        const int64_t at = static_cast<int64_t>(g) * step;
-        return std::pair<const T*, const T*>{mean + at, var + at};
-    });
-    return zemStatusOk;
-}
-
-template <class T>
-ZemStatus mixture_D2L(const T* const* meanRows, const T* const* varRows, const T* src, int width, T* dst, int n) {
-    if (!meanRows || !varRows || !src || !dst) return zemStatusNullPointer;
-    if (width < 1 || n < 1) return zemStatusBadSize;
-    if (zem::anyNullRow(meanRows, n) || zem::anyNullRow(varRows, n)) return zemStatusNullPointer;
-    zem::distance::block<T, false, false>(src, nullptr, width, dst, n,
-                            [&](int g) { return std::pair<const T*, const T*>{meanRows[g], varRows[g]}; });
-    return zemStatusOk;
+// One frame against the Gaussians of a _D2 or _D2L mixture.
+template <class T, class Gaussian>
+void mixtureDistances(const Gaussian& gaussian, const T* src, int width, T* dst, int n) {
+    zem::distance::block<T, false, false>(src, nullptr, width, dst, n, gaussian);
 }
 
 }  // namespace
@@ -126,21 +82,27 @@ extern "C" {
 
 ZEMSR_API ZemStatus zemsMahDistSingle_32f(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int len,
                                           Zem32f* pResult) {
-    if (const ZemStatus s = checkSingle(src, mean, var, pResult, len); s != zemStatusOk) return s;
-    *pResult = singleDistance(src, mean, var, len);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    *pResult = zem::distance::rowDistance(src, mean, var, len);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsMahDistSingle_64f(const Zem64f* src, const Zem64f* mean, const Zem64f* var, int len,
                                           Zem64f* pResult) {
-    if (const ZemStatus s = checkSingle(src, mean, var, pResult, len); s != zemStatusOk) return s;
-    *pResult = singleDistance(src, mean, var, len);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    *pResult = zem::distance::rowDistance(src, mean, var, len);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsMahDistSingle_32f64f(const Zem32f* src, const Zem32f* mean, const Zem32f* var, int len,
                                              Zem64f* pResult) {
-    if (const ZemStatus s = checkSingle(src, mean, var, pResult, len); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
     *pResult = singleDistance32f64f(src, mean, var, len);
     return zemStatusOk;
 }
@@ -149,7 +111,9 @@ ZEMSR_API ZemStatus zemsMahDistSingle_32f64f(const Zem32f* src, const Zem32f* me
 // data saturate the difference in groups of 8, other data convert to float first.
 ZEMSR_API ZemStatus zemsMahDistSingle_16s32f(const Zem16s* src, const Zem16s* mean, const Zem16s* var, int len,
                                              Zem32f* pResult) {
-    if (const ZemStatus s = checkSingle(src, mean, var, pResult, len); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
     *pResult = zem::allAligned16(src, mean, var) ? zem::gauss16::sumGroupsOf8(src, mean, var, len)
                                                  : distance16sAsFloat(src, mean, var, len);
     return zemStatusOk;
@@ -159,46 +123,95 @@ ZEMSR_API ZemStatus zemsMahDistSingle_16s32f(const Zem16s* src, const Zem16s* me
 // general body sums exactly in 64 bits and applies it.  Both are kept as they are.
 ZEMSR_API ZemStatus zemsMahDistSingle_16s32s_Sfs(const Zem16s* src, const Zem16s* mean, const Zem16s* var, int len,
                                                  Zem32s* pResult, int scaleFactor) {
-    if (const ZemStatus s = checkSingle(src, mean, var, pResult, len); s != zemStatusOk) return s;
-    if (zem::allAligned16(src, mean, var)) {
-        *pResult = zem::roundScoreToInt32(zem::gauss16::sumGroupsOf8(src, mean, var, len));
-    } else {
-        *pResult = distance16sExact(src, mean, var, len, scaleFactor);
-    }
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
+                                              zem::atLeastOne(len)))
+        return s;
+    *pResult = zem::allAligned16(src, mean, var)
+                   ? zem::roundScoreToInt32(zem::gauss16::sumGroupsOf8(src, mean, var, len))
+                   : distance16sExact(src, mean, var, len, scaleFactor);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsMahDist_32f_D2(const Zem32f* src, int step, const Zem32f* mean, const Zem32f* var, int width,
                                        Zem32f* dst, int height) {
-    return frames_D2(src, step, mean, var, width, dst, height);
+    if (const ZemStatus s = zem::firstFailure(zem::strideCovers(step, width),
+                                              zem::nonNull(src, mean, var, dst),
+                                              zem::atLeastOne(width, height)))
+        return s;
+    frameDistances(zem::scorerows::FramesD2<Zem32f>{src, step}, mean, var, width, dst, height);
+    return zemStatusOk;
 }
-ZEMSR_API ZemStatus zemsMahDist_64f_D2(const Zem64f* src, int step, const Zem64f* mean, const Zem64f* var, int width,
-                                       Zem64f* dst, int height) {
-    return frames_D2(src, step, mean, var, width, dst, height);
-}
+
 ZEMSR_API ZemStatus zemsMahDist_32f_D2L(const Zem32f* const* srcRows, const Zem32f* mean, const Zem32f* var,
                                         int width, Zem32f* dst, int height) {
-    return frames_D2L(srcRows, mean, var, width, dst, height);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(srcRows, mean, var, dst),
+                                              zem::atLeastOne(width, height),
+                                              zem::noNullRows(srcRows, height)))
+        return s;
+    frameDistances(zem::scorerows::FramesD2L<Zem32f>{srcRows}, mean, var, width, dst, height);
+    return zemStatusOk;
 }
+
+ZEMSR_API ZemStatus zemsMahDist_64f_D2(const Zem64f* src, int step, const Zem64f* mean, const Zem64f* var, int width,
+                                       Zem64f* dst, int height) {
+    if (const ZemStatus s = zem::firstFailure(zem::strideCovers(step, width),
+                                              zem::nonNull(src, mean, var, dst),
+                                              zem::atLeastOne(width, height)))
+        return s;
+    frameDistances(zem::scorerows::FramesD2<Zem64f>{src, step}, mean, var, width, dst, height);
+    return zemStatusOk;
+}
+
 ZEMSR_API ZemStatus zemsMahDist_64f_D2L(const Zem64f* const* srcRows, const Zem64f* mean, const Zem64f* var,
                                         int width, Zem64f* dst, int height) {
-    return frames_D2L(srcRows, mean, var, width, dst, height);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(srcRows, mean, var, dst),
+                                              zem::atLeastOne(width, height),
+                                              zem::noNullRows(srcRows, height)))
+        return s;
+    frameDistances(zem::scorerows::FramesD2L<Zem64f>{srcRows}, mean, var, width, dst, height);
+    return zemStatusOk;
 }
+
 ZEMSR_API ZemStatus zemsMahDistMultiMix_32f_D2(const Zem32f* mean, const Zem32f* var, int step, const Zem32f* src,
                                                int width, Zem32f* dst, int n) {
-    return mixture_D2(mean, var, step, src, width, dst, n);
+    if (const ZemStatus s = zem::firstFailure(zem::strideCovers(step, width),
+                                              zem::nonNull(mean, var, src, dst),
+                                              zem::atLeastOne(width, n)))
+        return s;
+    mixtureDistances(zem::scorerows::GaussiansD2<Zem32f>{mean, var, step}, src, width, dst, n);
+    return zemStatusOk;
 }
-ZEMSR_API ZemStatus zemsMahDistMultiMix_64f_D2(const Zem64f* mean, const Zem64f* var, int step, const Zem64f* src,
-                                               int width, Zem64f* dst, int n) {
-    return mixture_D2(mean, var, step, src, width, dst, n);
-}
+
 ZEMSR_API ZemStatus zemsMahDistMultiMix_32f_D2L(const Zem32f* const* meanRows, const Zem32f* const* varRows,
                                                 const Zem32f* src, int width, Zem32f* dst, int n) {
-    return mixture_D2L(meanRows, varRows, src, width, dst, n);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(meanRows, varRows, src, dst),
+                                              zem::atLeastOne(width, n),
+                                              zem::noNullRows(meanRows, n),
+                                              zem::noNullRows(varRows, n)))
+        return s;
+    mixtureDistances(zem::scorerows::GaussiansD2L<Zem32f>{meanRows, varRows}, src, width, dst, n);
+    return zemStatusOk;
 }
+
+ZEMSR_API ZemStatus zemsMahDistMultiMix_64f_D2(const Zem64f* mean, const Zem64f* var, int step, const Zem64f* src,
+                                               int width, Zem64f* dst, int n) {
+    if (const ZemStatus s = zem::firstFailure(zem::strideCovers(step, width),
+                                              zem::nonNull(mean, var, src, dst),
+                                              zem::atLeastOne(width, n)))
+        return s;
+    mixtureDistances(zem::scorerows::GaussiansD2<Zem64f>{mean, var, step}, src, width, dst, n);
+    return zemStatusOk;
+}
+
 ZEMSR_API ZemStatus zemsMahDistMultiMix_64f_D2L(const Zem64f* const* meanRows, const Zem64f* const* varRows,
                                                 const Zem64f* src, int width, Zem64f* dst, int n) {
-    return mixture_D2L(meanRows, varRows, src, width, dst, n);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(meanRows, varRows, src, dst),
+                                              zem::atLeastOne(width, n),
+                                              zem::noNullRows(meanRows, n),
+                                              zem::noNullRows(varRows, n)))
+        return s;
+    mixtureDistances(zem::scorerows::GaussiansD2L<Zem64f>{meanRows, varRows}, src, width, dst, n);
+    return zemStatusOk;
 }
 
 }  // extern "C"

@@ -84,10 +84,36 @@ void orTableRows(const Zem32s* indices, int perRow, const Zem8u* const* table, i
     }
 }
 
+// The counts are all 1 or more (zemStatusBadSize); their total goes to *total.
+auto countsTotal(const Zem32s* counts, int n, int64_t* total) {
+    return zem::ensure([=] { return (*total = totalOfCounts(counts, n)) >= 0; }, zemStatusBadSize);
+}
+
+// Every index of the first count lies in [0, limit) (zemStatusBadArg).
+auto indicesBelow(const Zem32s* indices, const int64_t* count, int limit) {
+    return zem::ensure([=] { return !anyOutside(indices, *count, limit); }, zemStatusBadArg);
+}
+
 bool anyTableRowNull(const Zem8u* const* table, const Zem32s* indices, int64_t count) {
     for (int64_t i = 0; i < count; ++i)
         if (!table[indices[i]]) return true;
     return false;
+}
+
+// A row of `bytes` bytes holds a window of `bits` positions from `offset`
+// (zemStatusBadStride).
+auto rowHolds(int64_t bytes, int64_t bits, int64_t offset) {
+    return zem::ensure(bytes >= bytesFor(bits, offset), zemStatusBadStride);
+}
+
+void varSignTable(const Zem32s* indices, const Zem32s* perRowCounts, const Zem8u* const* tableRows, int bitOffset,
+                  Zem8u* dst, int height, int numBits) {
+    const int outBytes = (numBits + 7) / 8;
+    std::memset(dst, 0, static_cast<size_t>(height) * static_cast<size_t>(outBytes));
+    for (int r = 0; r < height; ++r)
+        for (int k = 0; k < numBits; ++k)
+            for (int j = 0; j < perRowCounts[r]; ++j)
+                if (testBit(tableRows[indices[j]], int64_t{bitOffset} + k)) dst[int64_t{r} * outBytes] |= 0x80u;
 }
 
 }  // namespace
@@ -96,35 +122,43 @@ extern "C" {
 
 ZEMSR_API ZemStatus zemsFillShortlist_Row_1u(const Zem32s* indices, int numBits, int perRow, Zem8u** dstRows,
                                              int numRows, int rowBytes, int bitOffset) {
-    if (!dstRows || !indices) return zemStatusNullPointer;
-    if (numRows < 1 || numBits < 1 || rowBytes < 1 || perRow < 1 || bitOffset < 0) return zemStatusBadSize;
-    if (rowBytes < bytesFor(numBits, bitOffset)) return zemStatusBadStride;
-    if (anyOutside(indices, int64_t{perRow} * numRows, numBits)) return zemStatusBadArg;
-    if (zem::anyNullRow(dstRows, numRows)) return zemStatusNullPointer;
+    const int64_t count = int64_t{perRow} * numRows;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(dstRows, indices),
+                                              zem::atLeastOne(numRows, numBits, rowBytes, perRow),
+                                              zem::ensure(bitOffset >= 0, zemStatusBadSize),
+                                              rowHolds(rowBytes, numBits, bitOffset),
+                                              indicesBelow(indices, &count, numBits),
+                                              zem::noNullRows(dstRows, numRows)))
+        return s;
     toggleRows(indices, nullptr, perRow, dstRows, numRows, bitOffset);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsFillShortlist_RowVar_1u(const Zem32s* indices, const Zem32s* perRowCounts, int numBits,
                                                 Zem8u** dstRows, int numRows, int rowBytes, int bitOffset) {
-    if (!dstRows || !indices || !perRowCounts) return zemStatusNullPointer;
-    if (numRows < 1 || numBits < 1 || rowBytes < 1 || bitOffset < 0) return zemStatusBadSize;
-    const int64_t total = totalOfCounts(perRowCounts, numRows);
-    if (total < 0) return zemStatusBadSize;
-    if (rowBytes < bytesFor(numBits, bitOffset)) return zemStatusBadStride;
-    if (anyOutside(indices, total, numBits)) return zemStatusBadArg;
-    if (zem::anyNullRow(dstRows, numRows)) return zemStatusNullPointer;
+    int64_t total = 0;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(dstRows, indices, perRowCounts),
+                                              zem::atLeastOne(numRows, numBits, rowBytes),
+                                              zem::ensure(bitOffset >= 0, zemStatusBadSize),
+                                              countsTotal(perRowCounts, numRows, &total),
+                                              rowHolds(rowBytes, numBits, bitOffset),
+                                              indicesBelow(indices, &total, numBits),
+                                              zem::noNullRows(dstRows, numRows)))
+        return s;
     toggleRows(indices, perRowCounts, 0, dstRows, numRows, bitOffset);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsFillShortlist_Column_1u(const Zem32s* indices, int perColumn, Zem8u** dstRows, int numRows,
                                                 int rowBytes, int bitOffset, int numColumns) {
-    if (!dstRows || !indices) return zemStatusNullPointer;
-    if (numRows < 1 || numColumns < 1 || rowBytes < 1 || perColumn < 1 || bitOffset < 0) return zemStatusBadSize;
-    if (rowBytes < bytesFor(numColumns, bitOffset)) return zemStatusBadStride;
-    if (anyOutside(indices, int64_t{perColumn} * numColumns, numRows)) return zemStatusBadArg;
-    if (zem::anyNullRow(dstRows, numRows)) return zemStatusNullPointer;
+    const int64_t count = int64_t{perColumn} * numColumns;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(dstRows, indices),
+                                              zem::atLeastOne(numRows, numColumns, rowBytes, perColumn),
+                                              zem::ensure(bitOffset >= 0, zemStatusBadSize),
+                                              rowHolds(rowBytes, numColumns, bitOffset),
+                                              indicesBelow(indices, &count, numRows),
+                                              zem::noNullRows(dstRows, numRows)))
+        return s;
     toggleColumns(indices, nullptr, perColumn, dstRows, numColumns, bitOffset);
     return zemStatusOk;
 }
@@ -133,13 +167,15 @@ ZEMSR_API ZemStatus zemsFillShortlist_Column_1u(const Zem32s* indices, int perCo
 ZEMSR_API ZemStatus zemsFillShortlist_ColumnVar_1u(const Zem32s* indices, const Zem32s* perColumnCounts,
                                                    Zem8u** dstRows, int numRows, int rowBytes, int bitOffset,
                                                    int numColumns) {
-    if (!dstRows || !indices || !perColumnCounts) return zemStatusNullPointer;
-    if (numRows < 1 || numColumns < 1 || rowBytes < 1 || bitOffset < 0) return zemStatusBadSize;
-    if (rowBytes < bytesFor(numColumns, bitOffset)) return zemStatusBadStride;
-    const int64_t total = totalOfCounts(perColumnCounts, numColumns);
-    if (total < 0) return zemStatusBadSize;
-    if (anyOutside(indices, total, numRows)) return zemStatusBadArg;
-    if (zem::anyNullRow(dstRows, numRows)) return zemStatusNullPointer;
+    int64_t total = 0;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(dstRows, indices, perColumnCounts),
+                                              zem::atLeastOne(numRows, numColumns, rowBytes),
+                                              zem::ensure(bitOffset >= 0, zemStatusBadSize),
+                                              rowHolds(rowBytes, numColumns, bitOffset),
+                                              countsTotal(perColumnCounts, numColumns, &total),
+                                              indicesBelow(indices, &total, numRows),
+                                              zem::noNullRows(dstRows, numRows)))
+        return s;
     toggleColumns(indices, perColumnCounts, 0, dstRows, numColumns, bitOffset);
     return zemStatusOk;
 }
@@ -147,13 +183,14 @@ ZEMSR_API ZemStatus zemsFillShortlist_ColumnVar_1u(const Zem32s* indices, const 
 ZEMSR_API ZemStatus zemsBuildSignTable_8u1u(const Zem32s* indices, int perRow, const Zem8u* const* tableRows,
                                             int numTableRows, int tableRowBytes, int bitOffset, Zem8u* dst,
                                             int height, int numBits) {
-    if (!indices || !tableRows || !dst) return zemStatusNullPointer;
-    if (perRow < 1 || numTableRows < 1 || tableRowBytes < 1 || height < 1 || numBits < 1 || bitOffset < 0)
-        return zemStatusBadSize;
-    if (tableRowBytes < bytesFor(numBits, bitOffset)) return zemStatusBadStride;
     const int64_t count = int64_t{perRow} * height;
-    if (anyOutside(indices, count, numTableRows)) return zemStatusBadArg;
-    if (anyTableRowNull(tableRows, indices, count)) return zemStatusNullPointer;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(indices, tableRows, dst),
+                                              zem::atLeastOne(perRow, numTableRows, tableRowBytes, height, numBits),
+                                              zem::ensure(bitOffset >= 0, zemStatusBadSize),
+                                              rowHolds(tableRowBytes, numBits, bitOffset),
+                                              indicesBelow(indices, &count, numTableRows),
+                                              zem::ensure([&] { return !anyTableRowNull(tableRows, indices, count); }, zemStatusNullPointer)))
+        return s;
     std::memset(dst, 0, static_cast<size_t>(height) * static_cast<size_t>((numBits + 7) / 8));
     orTableRows(indices, perRow, tableRows, tableRowBytes, bitOffset, dst, height, numBits);
     return zemStatusOk;
@@ -165,19 +202,16 @@ ZEMSR_API ZemStatus zemsBuildSignTable_8u1u(const Zem32s* indices, int perRow, c
 ZEMSR_API ZemStatus zemsBuildSignTable_Var_8u1u(const Zem32s* indices, const Zem32s* perRowCounts,
                                                 const Zem8u* const* tableRows, int numTableRows, int tableRowBytes,
                                                 int bitOffset, Zem8u* dst, int height, int numBits) {
-    if (!indices || !perRowCounts || !tableRows || !dst) return zemStatusNullPointer;
-    if (numTableRows < 1 || tableRowBytes < 1 || height < 1 || numBits < 1 || bitOffset < 0) return zemStatusBadSize;
-    if (tableRowBytes < bytesFor(numBits, bitOffset)) return zemStatusBadStride;
-    const int64_t total = totalOfCounts(perRowCounts, height);
-    if (total < 0) return zemStatusBadSize;
-    if (anyOutside(indices, total, numTableRows)) return zemStatusBadArg;
-    if (anyTableRowNull(tableRows, indices, total)) return zemStatusNullPointer;
-    const int outBytes = (numBits + 7) / 8;
-    std::memset(dst, 0, static_cast<size_t>(height) * static_cast<size_t>(outBytes));
-    for (int r = 0; r < height; ++r)
-        for (int k = 0; k < numBits; ++k)
-            for (int j = 0; j < perRowCounts[r]; ++j)
-                if (testBit(tableRows[indices[j]], int64_t{bitOffset} + k)) dst[int64_t{r} * outBytes] |= 0x80u;
+    int64_t total = 0;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(indices, perRowCounts, tableRows, dst),
+                                              zem::atLeastOne(numTableRows, tableRowBytes, height, numBits),
+                                              zem::ensure(bitOffset >= 0, zemStatusBadSize),
+                                              rowHolds(tableRowBytes, numBits, bitOffset),
+                                              countsTotal(perRowCounts, height, &total),
+                                              indicesBelow(indices, &total, numTableRows),
+                                              zem::ensure([&] { return !anyTableRowNull(tableRows, indices, total); }, zemStatusNullPointer)))
+        return s;
+    varSignTable(indices, perRowCounts, tableRows, bitOffset, dst, height, numBits);
     return zemStatusOk;
 }
 

@@ -12,8 +12,8 @@ using u32 = uint32_t;
 inline int32_t sat16(int v) { return std::clamp(v, -32768, 32767); }
 inline int32_t wrap(int64_t v) { return static_cast<int32_t>(static_cast<u32>(v)); }
 
-// The float sum of 16-bit data (pipeline K), from its stated steps.
-inline float refK(const Zem16s* x, const Zem16s* m, const float* w, int len) {
+// The float sum of 16-bit data in groups of 8, from its stated steps.
+inline float refGroupsOf8(const Zem16s* x, const Zem16s* m, const float* w, int len) {
     float s = 0;
     int i = 0;
     for (; i + 8 <= len; i += 8) {

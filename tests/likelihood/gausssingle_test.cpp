@@ -17,7 +17,7 @@ namespace {
 
 using namespace gaussref;
 
-Zem32s refRule1(float s, Zem32s val, int sf) {
+Zem32s refRounded(float s, Zem32s val, int sf) {
     s *= 0.5f;
     const unsigned k = static_cast<unsigned>(std::abs(static_cast<int64_t>(sf))) & 63u;
     const float p = static_cast<float>(uint64_t{1} << k);
@@ -26,7 +26,7 @@ Zem32s refRule1(float s, Zem32s val, int sf) {
     return r == 2147483648.0f ? INT32_MIN : static_cast<Zem32s>(std::nearbyint(r));
 }
 
-// The Low lanes (pipelines D and F), from their stated steps: hi/lo parts of each
+// The integer Low lanes (weighted and identity), from their stated steps: hi/lo parts of each
 // square, pair lanes for groups of 8, shifted lane sums, runs of 4 and 2 and a last
 // element shifted before they are subtracted, all wrapping.
 struct LowRef {
@@ -75,7 +75,7 @@ struct LowRef {
     }
 };
 
-// Pipelines E and G: wrapped 32-bit pair sums of saturated squares.
+// Wrapped 32-bit pair sums of saturated squares.
 int32_t pairSum(const Zem16s* x, const Zem16s* m, int p) {
     const int a = sat16(x[p] - m[p]), b = sat16(x[p + 1] - m[p + 1]);
     return wrap(int64_t{a * a} + b * b);
@@ -101,24 +101,24 @@ std::vector<int> lengths() {
 
 }  // namespace
 
-TEST(GaussSingle16s, FloatSumPipelinesAndTheirResultRules) {
+TEST(GaussSingle16s, FloatSumsAndTheirEnds) {
     zemtest::Random rnd(501);
     for (int n : lengths()) {
         for (bool wide : {false, true}) {
             const Data16 d = data16(rnd, n, wide);
             std::vector<float> wf(d.w.begin(), d.w.end());
-            const float s = refK(d.x.data(), d.m.data(), wf.data(), n);
-            const float sId = refK(d.x.data(), d.m.data(), nullptr, n);
+            const float s = refGroupsOf8(d.x.data(), d.m.data(), wf.data(), n);
+            const float sId = refGroupsOf8(d.x.data(), d.m.data(), nullptr, n);
             for (int sf : {-20, -3, 0, 1, 7, 15, 16, 40}) {
                 Zem32s r;
                 float f;
                 ASSERT_EQ(zemsLogGaussSingle_16s32s_Sfs(d.x.data(), d.m.data(), d.w.data(), n, &r, -1000, sf), zemStatusOk);
-                ASSERT_EQ(r, refRule1(s, -1000, sf)) << n << " sf " << sf;
+                ASSERT_EQ(r, refRounded(s, -1000, sf)) << n << " sf " << sf;
                 ASSERT_EQ(zemsLogGaussSingle_IdVar_16s32s_Sfs(d.x.data(), d.m.data(), n, &r, 77, sf), zemStatusOk);
-                ASSERT_EQ(r, refRule1(sId, 77, sf)) << n << " sf " << sf;
+                ASSERT_EQ(r, refRounded(sId, 77, sf)) << n << " sf " << sf;
                 ASSERT_EQ(zemsLogGaussSingle_Scaled_16s32f(d.x.data(), d.m.data(), d.w.data(), n, &f, -3.5f, sf), zemStatusOk);
                 ASSERT_TRUE(zemtest::sameBits(f, -3.5f - s * std::ldexp(1.0f, -(sf + 1)))) << n << " sf " << sf;
-                int64_t sum = 0;  // pipeline E
+                int64_t sum = 0;  // exact squares in 64 bits
                 int i = 0;
                 for (; i + 8 <= n; i += 8)
                     for (int p = i; p < i + 8; p += 2) sum += pairSum(d.x.data(), d.m.data(), p);
@@ -130,7 +130,7 @@ TEST(GaussSingle16s, FloatSumPipelinesAndTheirResultRules) {
     }
 }
 
-TEST(GaussSingle16s, LowPipelinesInEveryScaleRegime) {
+TEST(GaussSingle16s, LowSumsInEveryScaleRegime) {
     zemtest::Random rnd(503);
     for (int n : lengths()) {
         for (bool wide : {false, true}) {
@@ -146,7 +146,7 @@ TEST(GaussSingle16s, LowPipelinesInEveryScaleRegime) {
                     ASSERT_TRUE(zemtest::sameBits(f, float(t) + 0.5f));
                 } else {
                     std::vector<float> wf(d.w.begin(), d.w.end());
-                    const float s = refK(d.x.data(), d.m.data(), wf.data(), n);
+                    const float s = refGroupsOf8(d.x.data(), d.m.data(), wf.data(), n);
                     const float factor = float(uint64_t{1} << std::min<int64_t>(-(int64_t{sf} + 1), 63));
                     ASSERT_EQ(zemsLogGaussSingle_Low_16s32s_Sfs(d.x.data(), d.m.data(), d.w.data(), n, &r, -50, sf), zemStatusOk);
                     const float want = -50.0f - s * factor;
@@ -155,7 +155,7 @@ TEST(GaussSingle16s, LowPipelinesInEveryScaleRegime) {
                 const int32_t ti = LowRef{sf, true}(d.x.data(), d.m.data(), nullptr, n);
                 ASSERT_EQ(zemsLogGaussSingle_IdVarLow_16s32s_Sfs(d.x.data(), d.m.data(), n, &r, -9, sf), zemStatusOk);
                 ASSERT_EQ(r, wrap(int64_t{-9} + ti)) << n << " sf " << sf;
-                // Pipeline G: four float lanes, runs of 8, 4, 2, a last exact square.
+                // Float pair lanes: four float lanes, runs of 8, 4, 2, a last exact square.
                 float lane[4] = {};
                 int i = 0;
                 for (; i + 8 <= n; i += 8)
@@ -213,7 +213,7 @@ TEST(GaussSingle16s, StatedEdges) {
     }
 }
 
-TEST(GaussSingleFloat, PipelinesAandBAgainstTheFormula) {
+TEST(GaussSingleFloat, FloatAndDoubleLanesAgainstTheFormula) {
     zemtest::Random rnd(507);
     for (int n : lengths()) {
         for (size_t off : {size_t{0}, size_t{4}}) {
@@ -296,10 +296,10 @@ TEST(GaussSingle16s, ReciprocalFormsAndMisalignedInputs) {
         const Data16 d = data16(rnd, n, true);
         std::vector<Zem16s> v(d.w);
         for (auto& e : v) e = static_cast<Zem16s>(std::abs(e) + 1);
-        // Pipeline K over the division primitive's reciprocals, result rule 3.
+        // Groups of 8 over the division primitive's reciprocals; val - (s * 0.5) * 2^-sf.
         std::vector<float> vf(v.begin(), v.end()), w(n, 1.0f);
         ownDiv_32f(vf.data(), w.data(), w.data(), n);
-        const float s = refK(d.x.data(), d.m.data(), w.data(), n);
+        const float s = refGroupsOf8(d.x.data(), d.m.data(), w.data(), n);
         float f;
         ASSERT_EQ(zemsLogGaussSingle_DirectVarScaled_16s32f(d.x.data(), d.m.data(), v.data(), n, &f, 1.0f, 3), zemStatusOk);
         EXPECT_TRUE(zemtest::sameBits(f, 1.0f - (s * 0.5f) * 0.125f)) << n;

@@ -164,26 +164,3 @@ TEST(MahDist16s, TheTwoBodiesAndTheirScaleFactors) {
     EXPECT_EQ(u, 65535.0f * 65535.0f);
 }
 
-TEST(MahDist, CheckOrders) {
-    float buf[16] = {};
-    const float* rows[2] = {buf, buf};
-    float dst[4];
-    zemtest::fillSentinel(dst, 4);
-    // _D2: the stride first, then null, then sizes.
-    EXPECT_EQ(zemsMahDist_32f_D2(nullptr, 3, nullptr, nullptr, 4, nullptr, 0), zemStatusBadStride);
-    EXPECT_EQ(zemsMahDistMultiMix_32f_D2(nullptr, nullptr, 3, nullptr, 4, nullptr, 0), zemStatusBadStride);
-    EXPECT_EQ(zemsMahDist_32f_D2(buf, 4, nullptr, buf, 4, dst, 0), zemStatusNullPointer);
-    EXPECT_EQ(zemsMahDist_32f_D2(buf, 4, buf, buf, 4, dst, 0), zemStatusBadSize);
-    EXPECT_EQ(zemsMahDist_32f_D2(buf, 0, buf, buf, 0, dst, 2), zemStatusBadSize);
-    // _D2L and single: null, then sizes.
-    EXPECT_EQ(zemsMahDist_32f_D2L(nullptr, buf, buf, 0, dst, 0), zemStatusNullPointer);
-    EXPECT_EQ(zemsMahDist_32f_D2L(rows, buf, buf, 0, dst, 2), zemStatusBadSize);
-    EXPECT_EQ(zemsMahDistMultiMix_32f_D2L(rows, nullptr, buf, 4, dst, 0), zemStatusNullPointer);
-    EXPECT_EQ(zemsMahDistSingle_32f(buf, buf, buf, 0, nullptr), zemStatusNullPointer);
-    EXPECT_EQ(zemsMahDistSingle_32f(buf, buf, buf, 0, dst), zemStatusBadSize);
-    const float* withNull[2] = {buf, nullptr};
-    EXPECT_EQ(zemsMahDist_32f_D2L(withNull, buf, buf, 4, dst, 2), zemStatusNullPointer);
-    EXPECT_TRUE(zemtest::untouched(dst, 4));
-    double d[1];
-    EXPECT_EQ(zemsMahDist_64f_D2(nullptr, 2, nullptr, nullptr, 3, d, 1), zemStatusBadStride);
-}

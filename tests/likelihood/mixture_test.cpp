@@ -223,29 +223,3 @@ TEST(MixtureSelect, ShortlistsDriveSequentialSums) {
     EXPECT_EQ(dst[0], 7.0f);
 }
 
-TEST(Mixture, CheckOrdersPerExport) {
-    float b[8] = {};
-    const float* rows[1] = {b};
-    Zem16s s[8] = {};
-    float r;
-    // stride, null, size
-    EXPECT_EQ(zemsLogGaussMultiMix_32f_D2(nullptr, nullptr, 2, nullptr, 3, nullptr, 0), zemStatusBadStride);
-    EXPECT_EQ(zemsLogGaussMixture_Scaled_16s32f_D2(nullptr, nullptr, nullptr, 0, 2, 3, nullptr, nullptr, 0), zemStatusBadStride);
-    // null, stride, size
-    EXPECT_EQ(zemsLogGaussMixture_32f_D2(nullptr, b, b, 0, 2, 3, b, &r), zemStatusNullPointer);
-    EXPECT_EQ(zemsLogGaussMixture_32f_D2(b, b, b, 0, 2, 3, b, &r), zemStatusBadStride);
-    EXPECT_EQ(zemsLogGaussMixture_IdVar_64f_D2(nullptr, nullptr, 0, 2, 3, nullptr, nullptr), zemStatusNullPointer);
-    // null, size, stride
-    EXPECT_EQ(zemsLogGaussMaxMultiMix_Scaled_16s32f_D2(s, s, 2, s, 3, b, b, 0, 0), zemStatusBadSize);
-    EXPECT_EQ(zemsLogGaussMaxMultiMix_Scaled_16s32f_D2(nullptr, s, 2, s, 3, b, b, 0, 0), zemStatusNullPointer);
-    EXPECT_EQ(zemsLogGaussMaxMultiMix_LowScaled_16s32f_D2(s, s, 2, s, 3, b, b, 1, 0), zemStatusBadStride);
-    // Select _D2: null, sizes, stride, memory
-    const Zem8u list[1] = {0};
-    EXPECT_EQ(zemsLogGaussMixture_Select_32f_D2(b, b, b, 2, 3, b, list, 0, b, 1, 0), zemStatusBadSize);
-    EXPECT_EQ(zemsLogGaussMixture_Select_32f_D2(b, b, b, 2, 3, b, list, 1, b, 1, 0), zemStatusBadStride);
-    EXPECT_EQ(zemsLogGaussMixture_Select_32f_D2(b, b, nullptr, 2, 3, b, list, 0, b, 1, 0), zemStatusNullPointer);
-    // _D2L: null, size
-    EXPECT_EQ(zemsLogGaussMultiMix_32f_D2L(rows, nullptr, b, 0, b, 0), zemStatusNullPointer);
-    EXPECT_EQ(zemsLogGaussMultiMix_32f_D2L(rows, rows, b, 0, b, 1), zemStatusBadSize);
-    EXPECT_EQ(zemsLogGaussMixture_IdVar_32f_D2L(b, rows, 1, 0, b, &r), zemStatusBadSize);
-}

@@ -1,19 +1,19 @@
-// Shared pieces of the block score families: frame access, checks, and the per-frame
-// score rules.
+// How the block and mixture score families walk their rows and what they do with a
+// score: the frame and Gaussian accessors of _D2 and _D2L matrices, and the sinks that
+// store, add in the log domain or keep the larger.  The per-form arithmetic is in
+// kernels/scorerules.h.
 #pragma once
 
 #include <cstdint>
 
-#include <immintrin.h>
+#include <type_traits>
 #include <utility>
 
-#include "frame/check.h"
-#include "gauss16.h"
 #include "logcore.h"
 #include "own.h"
 #include "zemsr.h"
 
-namespace zem::gaussblock {
+namespace zem::scorerows {
 
 // Frames of a _D2 block: row f at f * step.
 template <class T>
@@ -60,7 +60,7 @@ inline void joinScores(const T* scores, T* dst, int n, bool narrowShortPath) {
         for (int k = 0; k < n; ++k) dst[k] = scores[k];
     } else if constexpr (S == Sink::Max) {
         for (int k = 0; k < n; ++k) dst[k] = scores[k] > dst[k] ? scores[k] : dst[k];
-    } else if constexpr (sizeof(T) == 4) {
+    } else if constexpr (std::is_same_v<T, float>) {
         if (narrowShortPath) {
             for (int k = 0; k < n; ++k) dst[k] = static_cast<float>(logdomain::addShortPath(dst[k], scores[k]));
         } else {
@@ -71,63 +71,8 @@ inline void joinScores(const T* scores, T* dst, int n, bool narrowShortPath) {
     }
 }
 
-// _D2: the stride first, then null pointers, then sizes.
-template <class... P>
-inline ZemStatus checkD2(int step, int width, int height, const P*... p) {
-    if (width > step) return zemStatusBadStride;
-    if (anyNull(p...)) return zemStatusNullPointer;
-    if (width < 1 || height < 1) return zemStatusBadSize;
-    return zemStatusOk;
-}
-
-// _D2L: null pointers, then sizes; row pointers in use are then checked for null.
-template <class T, class... P>
-inline ZemStatus checkD2L(const T* const* rows, int width, int height, const P*... p) {
-    if (!rows || anyNull(p...)) return zemStatusNullPointer;
-    if (width < 1 || height < 1) return zemStatusBadSize;
-    if (anyNullRow(rows, height)) return zemStatusNullPointer;
-    return zemStatusOk;
-}
-
-// 2^|n| from an integer shift, the count held to 63.
-inline float shiftedOne(int64_t n) {
-    if (n < 0) n = -n;
-    return static_cast<float>(uint64_t{1} << (n > 63 ? 63 : n));
-}
-
-inline int clampedInt(int64_t v) { return static_cast<int>(v > INT32_MAX ? INT32_MAX : (v < INT32_MIN ? INT32_MIN : v)); }
-
-// The Low lanes of the block forms: every run into the same lanes, shifted once at the
-// end, the low part shifted by the full scale factor (counts capped at 31).
-inline gauss16::LowShifts blockLowShifts(int sf) {
-    gauss16::LowShifts s;
-    if (sf <= 15) {
-        s.hiLeft = 15 - sf;
-        s.loRight = sf;
-    } else {
-        s.hiRight = sf - 15 > 31 ? 31 : sf - 15;
-        s.loRight = sf > 31 ? 31 : sf;
-    }
-    return s;
-}
-
-// Low below scale factor 0: the float sum of groups of 8, held negative, times 2^|n|
-// for n = sf + 1 below 0 (divided by 1 for n = 0), added to val.
-inline float lowNegativeScore(const Zem16s* x, const Zem16s* mean, const Zem16s* var, int width, float val, int sf) {
-    const int64_t n = static_cast<int64_t>(sf) + 1;
-    const float s = -gauss16::sumGroupsOf8(x, mean, var, width);
-    return n < 0 ? val + s * shiftedOne(n) : val + s / shiftedOne(n);
-}
-
-// Low for sf >= 0 and IdVarLow for n >= 0 in the Max family compare integers; for the
-// negative regimes the destination goes to float, the larger is truncated back.
-inline Zem32s maxTruncated(Zem32s dst, float r) {
-    const float d = static_cast<float>(dst);
-    return _mm_cvttss_si32(_mm_set_ss(r > d ? r : d));
-}
-
 // The Max forms of the plain and IdVar 16s32s scores run their whole kernel rounding
-// toward zero (gaussblockmax.cpp); F is FramesD2 or FramesD2L of Zem16s.
+// toward zero (towardzero.cpp); F is FramesD2 or FramesD2L of Zem16s.
 template <class F>
 void maxPlain16TowardZero(const F& frames, const Zem16s* mean, const Zem16s* var, int width, Zem32s* dst, int height,
                           Zem32s val, int sf);
@@ -141,4 +86,4 @@ template <class G>
 void maxMixture16TowardZero(const G& gaussians, const Zem16s* x, int width, const Zem32s* val, Zem32s* srcDst, int n,
                             int sf);
 
-}  // namespace zem::gaussblock
+}  // namespace zem::scorerows

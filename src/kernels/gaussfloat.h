@@ -1,15 +1,17 @@
 // The floating-point score pipelines shared by the single, block and mixture families.
 #pragma once
 
+#include <type_traits>
+
 #include "primitives/simd.h"
 
 namespace zem::gaussfloat {
 
-// Pipeline A, Zem32f: acc -= (t*t)*w with t = x - m, in two sets of four lanes (lanes
+// The Zem32f score: acc -= (t*t)*w with t = x - m, in two sets of four lanes (lanes
 // 0-3 and 4-7 of one vector) over runs of 16 and then 8; the last elements one by one
 // into a scalar.  The sets are added lane by lane and folded as (0 + 2) + (1 + 3), then
 // the scalar joins.  The score is (acc + (val + val)) * 0.5.  w null is a weight of one.
-inline float pipelineA(const float* x, const float* m, const float* w, int len, float val) {
+inline float scoreInFloatLanes(const float* x, const float* m, const float* w, int len, float val) {
     using namespace simd;
     F32x8 acc = splat(0.0f);
     auto term = [&](int i) {
@@ -36,17 +38,17 @@ inline float pipelineA(const float* x, const float* m, const float* w, int len, 
     return (total + (val + val)) * 0.5f;
 }
 
-// Pipeline B, Zem64f accumulator: acc = sum of t*t*w (or t*t / var for the dividing
+// The Zem64f-accumulator score: acc = sum of t*t*w (or t*t / var for the dividing
 // form) with t in Zem64f; eight double lanes in two vectors over runs of 8, the tail
 // zero padded, folded pairwise.  T is the input type: Zem32f inputs are widened one by
 // one before the subtraction.  The score is val - acc * 0.5.
 enum class Weight { Multiply, Divide, One };
 
 template <Weight kWeight, class T>
-inline double pipelineB(const T* x, const T* m, const T* w, int len, double val) {
+inline double scoreInDoubleLanes(const T* x, const T* m, const T* w, int len, double val) {
     using namespace simd;
     auto in = [](const T* p, int n) {
-        if constexpr (sizeof(T) == 8) {
+        if constexpr (std::is_same_v<T, double>) {
             return n == 4 ? load(p) : loadFirst(p, n);
         } else {
             float lanes[4] = {};

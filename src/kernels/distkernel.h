@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 #include <utility>
 
 #include "primitives/simd.h"
@@ -57,7 +58,7 @@ template <class T, int R, bool kFrames, bool kIdentity, class Finish = Sum>
     int i = 0;
     for (; i + L <= width; i += L) step<T, R, kFrames, kIdentity, false>(acc, x, m, w, i, L);
     if (i < width) step<T, R, kFrames, kIdentity, true>(acc, x, m, w, i, width - i);
-    if constexpr (sizeof(T) == 4) {
+    if constexpr (std::is_same_v<T, float>) {
         float sums[4];
         if constexpr (R >= 4) {
             for (int r0 = 0; r0 < R; r0 += 4) {
@@ -76,13 +77,21 @@ template <class T, int R, bool kFrames, bool kIdentity, class Finish = Sum>
     }
 }
 
+// The weighted distance of one row.
+template <class T>
+inline T rowDistance(const T* x, const T* m, const T* w, int width) {
+    T out;
+    rows<T, 1, true, false>(&x, &m, &w, width, &out);
+    return out;
+}
+
 // All rows of a block form, R at a time and the rest singly.  row(k) gives the k-th
 // row's varying pointers: (frame, unused) for frames, (mean, var) for mixtures; dst[k]
 // receives finish(sum of row k).
 template <class T, bool kFrames, bool kIdentity, class Row, class Finish = Sum>
 void block(const T* common, const T* commonVar, int width, T* dst, int count, Row row, Finish finish = {}) {
     // Frames share mean and var, so a wider block saves loads; mixtures load their own.
-    constexpr int R = sizeof(T) == 4 ? (kFrames ? 8 : 4) : 2;
+    constexpr int R = std::is_same_v<T, float> ? (kFrames ? 8 : 4) : 2;
     int k = 0;
     for (; k + R <= count; k += R) {
         const T *a[R], *b[R], *c[R];

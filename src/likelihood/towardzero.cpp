@@ -6,23 +6,23 @@
 #include <immintrin.h>
 
 #include "frame/fpmode.h"
-#include "frame/scale.h"
-#include "gauss16.h"
-#include "gaussblock.h"
+#include "kernels/gauss16.h"
+#include "kernels/scorerules.h"
+#include "scorerows.h"
 
-namespace zem::gaussblock {
+namespace zem::scorerows {
 
 namespace {
 
 inline float toFloat(Zem32s v) { return _mm_cvtss_f32(_mm_cvtsi32_ss(_mm_setzero_ps(), v)); }
 
-// negativeSum(k) and valueOf(k) give row k's sum (held negative) and its val.
+// sum(k) and valueOf(k) give row k's sum and its val.
 template <class Sum, class Val>
-void maxTowardZero(Zem32s* dst, int count, int sf, Sum negativeSum, Val valueOf) {
+void maxTowardZero(Zem32s* dst, int count, int sf, Sum sum, Val valueOf) {
     RoundingGuard towardZero(RoundingGuard::kTowardZero);
-    const float f = pow2Neg32f(clampedInt(static_cast<int64_t>(sf) + 1));
+    const float f = scorerules::halvingScale(sf);
     for (int k = 0; k < count; ++k) {
-        float r = negativeSum(k) * f + toFloat(valueOf(k));
+        float r = scorerules::scaledScore(toFloat(valueOf(k)), sum(k), f);
         r = r < -2147483648.0f ? -2147483648.0f : (r > 2147483648.0f ? 2147483648.0f : r);
         const float d = toFloat(dst[k]);
         dst[k] = _mm_cvttss_si32(_mm_set_ss(r > d ? r : d));
@@ -34,14 +34,14 @@ void maxTowardZero(Zem32s* dst, int count, int sf, Sum negativeSum, Val valueOf)
 template <class F>
 void maxPlain16TowardZero(const F& frames, const Zem16s* mean, const Zem16s* var, int width, Zem32s* dst, int height,
                           Zem32s val, int sf) {
-    maxTowardZero(dst, height, sf, [&](int k) { return -gauss16::laneSumFloat(frames(k), mean, var, width); },
+    maxTowardZero(dst, height, sf, [&](int k) { return gauss16::laneSumFloat(frames(k), mean, var, width); },
                   [val](int) { return val; });
 }
 
 template <class F>
 void maxIdentity16TowardZero(const F& frames, const Zem16s* mean, int width, Zem32s* dst, int height, Zem32s val,
                              int sf) {
-    maxTowardZero(dst, height, sf, [&](int k) { return -gauss16::pairLanesFloat<false>(frames(k), mean, width); },
+    maxTowardZero(dst, height, sf, [&](int k) { return gauss16::pairLanesFloat<false>(frames(k), mean, width); },
                   [val](int) { return val; });
 }
 
@@ -52,7 +52,7 @@ void maxMixture16TowardZero(const G& gaussians, const Zem16s* x, int width, cons
         srcDst, n, sf,
         [&](int g) {
             const auto [m, w] = gaussians(g);
-            return -gauss16::laneSumFloat(x, m, w, width);
+            return gauss16::laneSumFloat(x, m, w, width);
         },
         [val](int g) { return val[g]; });
 }
@@ -64,4 +64,4 @@ template void maxIdentity16TowardZero(const FramesD2L<Zem16s>&, const Zem16s*, i
 template void maxMixture16TowardZero(const GaussiansD2<Zem16s>&, const Zem16s*, int, const Zem32s*, Zem32s*, int, int);
 template void maxMixture16TowardZero(const GaussiansD2L<Zem16s>&, const Zem16s*, int, const Zem32s*, Zem32s*, int, int);
 
-}  // namespace zem::gaussblock
+}  // namespace zem::scorerows

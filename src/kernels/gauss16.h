@@ -67,9 +67,9 @@ struct LowShifts {
     }
 };
 
-// Scale factors 0 to 15 and above 15 (the low part capped at 15), as in the weighted
-// pipeline; identity-variance scores add the negative regime.
-inline LowShifts lowShifts(int sf) {
+// The single-frame shifts, applied per run: scale factors 0 to 15 and above 15 (the low
+// part capped at 15); identity-variance scores add the negative regime.
+inline LowShifts lowShiftsPerRun(int sf) {
     LowShifts s;
     if (sf < 0) {
         // Counts of 32 or more give zero.
@@ -82,6 +82,20 @@ inline LowShifts lowShifts(int sf) {
     } else {
         s.hiRight = sf - 15;
         s.loRight = 15;
+    }
+    return s;
+}
+
+// The block shifts, applied once to lanes that every run fed: the low part shifted by
+// the full scale factor, counts capped at 31.  Only scale factors from 0 use them.
+inline LowShifts lowShiftsAtEnd(int sf) {
+    LowShifts s;
+    if (sf <= 15) {
+        s.hiLeft = 15 - sf;
+        s.loRight = sf;
+    } else {
+        s.hiRight = sf - 15 > 31 ? 31 : sf - 15;
+        s.loRight = sf > 31 ? 31 : sf;
     }
     return s;
 }
@@ -188,8 +202,8 @@ inline int32_t pairSquares(const Zem16s* x, const Zem16s* m, int p) {
     return wrapAdd(a * a, b * b);
 }
 
-// Pipeline E: squares summed exactly, pairs of a group as wrapped 32-bit values widened
-// to 64 bits, leftovers one at a time through the saturated difference.
+// The exact sum of squares: pairs of a group as wrapped 32-bit values widened to 64
+// bits, leftovers one at a time through the saturated difference.
 inline int64_t identitySquares64(const Zem16s* x, const Zem16s* m, int len) {
     int64_t sum = 0;
     int i = 0;
@@ -226,6 +240,22 @@ inline float pairLanesFloat(const Zem16s* x, const Zem16s* m, int len) {
         }
     }
     return (lane[0] + lane[2]) + (lane[1] + lane[3]);
+}
+
+// The identity Low sum of the block forms: each pair sum shifted by n (right, capped at
+// 31, or left, zero from 32) before it is subtracted; a last single element the same on
+// its exact 64-bit square.  The sum wraps.
+inline int32_t identityLowSum(const Zem16s* x, const Zem16s* m, int width, int64_t n) {
+    auto shift32 = [n](int32_t v) { return n >= 0 ? v >> (n > 31 ? 31 : n) : shiftLeft(v, -n >= 32 ? 32 : static_cast<int>(-n)); };
+    int32_t t = 0;
+    int i = 0;
+    for (; i + 2 <= width; i += 2) t = wrapSub(t, shift32(pairSquares(x, m, i)));
+    if (i < width) {
+        const int64_t e = int64_t{x[i]} - int64_t{m[i]}, q = e * e;
+        const int64_t shifted = n >= 0 ? q >> (n > 63 ? 63 : n) : (-n >= 64 ? 0 : static_cast<int64_t>(static_cast<uint64_t>(q) << -n));
+        t = wrapSub(t, static_cast<int32_t>(static_cast<uint32_t>(shifted)));
+    }
+    return t;
 }
 
 // The weighted float sum of the block forms: four float lanes, element i in lane i mod 4,
