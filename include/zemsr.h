@@ -816,7 +816,28 @@ ZEMSR_API ZemStatus zemsBlockDMatrixFree_64f(ZemsBlockDMatrix_64f* matrix);
 
 /* ---- Frame conditioning: to come ---- */
 
-/* ---- Linear prediction: to come ---- */
+/* ---- Linear prediction: A(z) = 1 + a[0] z^-1 + ... + a[order-1] z^-order ------------- */
+/* Auto forms: r[k] = sum x[n] x[n-k] for order + 1 lags, then Levinson-Durbin; the Neg forms
+ * and the covariance method give the predictor -a.  Schur gives reflection coefficients with
+ * k[0] = -r[1]/r[0].  16-bit forms compute in float and store times 2^-scaleFactor, rounded
+ * to nearest and saturated; err stays float.  A refused stage (zemStatusBadAutocorr) leaves
+ * the coefficients of the stages before it in dst and err unwritten.
+ * Threads: no records; any number of threads may call these on distinct buffers.
+ * Determinism: the same result for any alignment and thread count. */
+ZEMSR_API ZemStatus zemsLinearPrediction_Auto_32f(const Zem32f* src, int len, Zem32f* dst, int order);
+ZEMSR_API ZemStatus zemsLinearPredictionNeg_Auto_32f(const Zem32f* src, int len, Zem32f* dst, int order);
+ZEMSR_API ZemStatus zemsLinearPrediction_Cov_32f(const Zem32f* src, int len, Zem32f* dst, int order);
+ZEMSR_API ZemStatus zemsLinearPrediction_Auto_16s_Sfs(const Zem16s* src, int len, Zem16s* dst, int order,
+                                                      int scaleFactor);
+ZEMSR_API ZemStatus zemsLinearPredictionNeg_Auto_16s_Sfs(const Zem16s* src, int len, Zem16s* dst, int order,
+                                                         int scaleFactor);
+ZEMSR_API ZemStatus zemsLinearPrediction_Cov_16s_Sfs(const Zem16s* src, int len, Zem16s* dst, int order,
+                                                     int scaleFactor);
+/* src holds the autocorrelation r[0..order]. */
+ZEMSR_API ZemStatus zemsDurbin_32f(const Zem32f* src, Zem32f* dst, int order, Zem32f* err);
+ZEMSR_API ZemStatus zemsDurbin_16s_Sfs(const Zem16s* src, Zem16s* dst, int order, Zem32f* err, int scaleFactor);
+ZEMSR_API ZemStatus zemsSchur_32f(const Zem32f* src, Zem32f* dst, int order, Zem32f* err);
+ZEMSR_API ZemStatus zemsSchur_16s_Sfs(const Zem16s* src, Zem16s* dst, int order, Zem32f* err, int scaleFactor);
 
 /* ---- LP parameter conversions: to come ---- */
 
