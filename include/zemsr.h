@@ -839,9 +839,80 @@ ZEMSR_API ZemStatus zemsDurbin_16s_Sfs(const Zem16s* src, Zem16s* dst, int order
 ZEMSR_API ZemStatus zemsSchur_32f(const Zem32f* src, Zem32f* dst, int order, Zem32f* err);
 ZEMSR_API ZemStatus zemsSchur_16s_Sfs(const Zem16s* src, Zem16s* dst, int order, Zem32f* err, int scaleFactor);
 
-/* ---- LP parameter conversions: to come ---- */
+/* ---- LP parameter conversions: predictor a, cepstrum c, reflection k, LSP x = cos w ------ */
+/* A(z) = 1 + a[0] z^-1 + ...; c holds c1..cn; k = -(last coefficient of a stage), the opposite
+ * sign of zemsSchur_*.  CepstrumToLP is the LP-to-cepstrum recursion with the two arrays
+ * exchanged, which inverts it only for n <= 2.  LSPs decrease from near 1 to -1, P's roots
+ * and Q's alternating; LPToLSP searches a grid of nGrid steps uniform in x with nBisect
+ * halvings and returns zemStatusNoRoot with *nRoots below n when roots are missed.
+ * LPToSpectrum gives 1/|F| for the bins 0 .. 2^order - 1 of the 2^(order+1)-point transform
+ * of (0, src[0], .., src[len-1], 0, ..), val subtracted from bin 0 alone.  16-bit forms: in by
+ * a power of two, out times 2^-scaleFactor rounded to nearest and saturated (LPToLSP_16s:
+ * rounding half away from zero, not saturated).
+ * Threads: no records; any number of threads may call these on distinct buffers.
+ * Determinism: the same result for any alignment and thread count. */
+ZEMSR_API ZemStatus zemsLPToCepstrum_32f(const Zem32f* src, Zem32f* dst, int n);
+ZEMSR_API ZemStatus zemsLPToCepstrum_16s_Sfs(const Zem16s* src, Zem16s* dst, int n, int scaleFactor);
+ZEMSR_API ZemStatus zemsCepstrumToLP_32f(const Zem32f* src, Zem32f* dst, int n);
+ZEMSR_API ZemStatus zemsCepstrumToLP_16s_Sfs(const Zem16s* src, Zem16s* dst, int n, int scaleFactor);
+ZEMSR_API ZemStatus zemsLPToReflection_32f(const Zem32f* src, Zem32f* dst, int n);
+ZEMSR_API ZemStatus zemsLPToReflection_16s_Sfs(const Zem16s* src, Zem16s* dst, int n, int scaleFactor);
+ZEMSR_API ZemStatus zemsReflectionToLP_32f(const Zem32f* src, Zem32f* dst, int n);
+ZEMSR_API ZemStatus zemsReflectionToLP_16s_Sfs(const Zem16s* src, Zem16s* dst, int n, int scaleFactor);
+/* Area ratios (1 - k)/(1 + k); TrueAR is their running product. */
+ZEMSR_API ZemStatus zemsReflectionToAR_32f(const Zem32f* src, Zem32f* dst, int n);
+ZEMSR_API ZemStatus zemsReflectionToAR_16s_Sfs(const Zem16s* src, int srcScale, Zem16s* dst, int n, int scaleFactor);
+ZEMSR_API ZemStatus zemsReflectionToTrueAR_32f(const Zem32f* src, Zem32f* dst, int n);
+ZEMSR_API ZemStatus zemsReflectionToTrueAR_16s_Sfs(const Zem16s* src, int srcScale, Zem16s* dst, int n,
+                                                   int scaleFactor);
+/* ln((1 - k)/(1 + k)) with k limited to -limit..limit, 0 < limit < 1. */
+ZEMSR_API ZemStatus zemsReflectionToLAR_32f(const Zem32f* src, Zem32f* dst, int n, Zem32f limit);
+ZEMSR_API ZemStatus zemsReflectionToLAR_16s_Sfs(const Zem16s* src, int srcScale, Zem16s* dst, int n, Zem32f limit,
+                                                int scaleFactor);
+/* (|a| - |b|)/(a + b), and over |a| + |b| in the Abs forms. */
+ZEMSR_API ZemStatus zemsReflectionToTilt_32f(const Zem32f* src1, const Zem32f* src2, Zem32f* dst, int n);
+ZEMSR_API ZemStatus zemsReflectionToTilt_16s_Sfs(const Zem16s* src1, const Zem16s* src2, Zem16s* dst, int n,
+                                                 int scaleFactor);
+ZEMSR_API ZemStatus zemsReflectionToAbsTilt_32f(const Zem32f* src1, const Zem32f* src2, Zem32f* dst, int n);
+ZEMSR_API ZemStatus zemsReflectionToAbsTilt_16s_Sfs(const Zem16s* src1, const Zem16s* src2, Zem16s* dst, int n,
+                                                    int scaleFactor);
+ZEMSR_API ZemStatus zemsLPToLSP_32f(const Zem32f* src, Zem32f* dst, int n, Zem32s* nRoots, int nGrid, int nBisect);
+ZEMSR_API ZemStatus zemsLPToLSP_16s_Sfs(const Zem16s* src, int srcScale, Zem16s* dst, int n, Zem32s* nRoots,
+                                        int nGrid, int nBisect, int dstScale);
+/* srcShift is the number of fraction bits of the 16-bit LSPs (15 for Q15). */
+ZEMSR_API ZemStatus zemsLSPToLP_32f(const Zem32f* src, Zem32f* dst, int n);
+ZEMSR_API ZemStatus zemsLSPToLP_16s_Sfs(const Zem16s* src, int srcShift, Zem16s* dst, int n, int scaleFactor);
+ZEMSR_API ZemStatus zemsLPToSpectrum_32f(const Zem32f* src, int len, Zem32f* dst, int order, Zem32f val);
+ZEMSR_API ZemStatus zemsLPToSpectrum_16s_Sfs(const Zem16s* src, int len, Zem32s* dst, int order, Zem32s val,
+                                             int scaleFactor);
 
-/* ---- Pitch and periodicity: to come ---- */
+/* ---- Pitch and periodicity: comb and least-squares periodicity, normalised correlation ---- */
+/* Periodicity: the best weighted comb sum (at most six teeth, lag p) over the total, of a
+ * non-negative lag function; LSPE: (A - B)/(E - B) of the least-squares periodic fit of a
+ * signal, len <= 16 minPeriod.  Ties go to the smallest period.  CrossCorrCoeff:
+ * sum ab / sqrt(sum a^2 sum b^2) from exact 64-bit sums; Interpolation estimates the
+ * fractional lag beta between b[i] and b[i+1] (b holds len + 1 samples) and leaves result
+ * unwritten when beta falls outside 0 <= beta < 1.  PitchmarkToF0Cand: 1/(t[i] - t[i-1]).
+ * Threads: no records; any number of threads may call these on distinct buffers.
+ * Determinism: the same result for any alignment and thread count. */
+ZEMSR_API ZemStatus zemsPeriodicity_32f(const Zem32f* src, int len, Zem32f* periodicity, Zem32s* period, int maxPeriod,
+                                        int minPeriod);
+ZEMSR_API ZemStatus zemsPeriodicity_32s16s(const Zem32s* src, int len, Zem16s* periodicity, Zem32s* period,
+                                           int maxPeriod, int minPeriod);
+ZEMSR_API ZemStatus zemsPeriodicityLSPE_32f(const Zem32f* src, int len, Zem32f* periodicity, Zem32s* period,
+                                            int maxPeriod, int minPeriod);
+ZEMSR_API ZemStatus zemsPeriodicityLSPE_16s(const Zem16s* src, int len, Zem16s* periodicity, Zem32s* period,
+                                            int maxPeriod, int minPeriod);
+ZEMSR_API ZemStatus zemsCrossCorrCoeff_16s32f(const Zem16s* src1, const Zem16s* src2, int len, Zem32f* result);
+ZEMSR_API ZemStatus zemsCrossCorrCoeffPartial_16s32f(const Zem16s* src1, const Zem16s* src2, int len,
+                                                     Zem32f energy1, Zem32f* result);
+/* src1 and src2 hold maxLen samples; dst receives (maxLen - minLen)/step + 1 coefficients. */
+ZEMSR_API ZemStatus zemsCrossCorrCoeffDecim_16s32f(const Zem16s* src1, const Zem16s* src2, int maxLen, int minLen,
+                                                   Zem32f* dst, int step);
+ZEMSR_API ZemStatus zemsCrossCorrCoeffInterpolation_16s32f(const Zem16s* src1, const Zem16s* src2, int len,
+                                                           Zem32f* beta, Zem32f* result);
+ZEMSR_API ZemStatus zemsPitchmarkToF0Cand_32f(const Zem32f* src, Zem32f* dst, int len);
+ZEMSR_API ZemStatus zemsPitchmarkToF0Cand_16s_Sfs(const Zem16s* src, Zem16s* dst, int len, int scaleFactor);
 
 /* ---- Aurora noise reduction: to come ---- */
 

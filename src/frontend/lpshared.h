@@ -41,3 +41,30 @@ inline void narrowScaled(float* work, Zem16s* dst, int n, float factor) {
 }
 
 }  // namespace zem::lp
+
+namespace zem::lp {
+
+// What a float body delivered: its status and the range of outputs it wrote.
+struct Span {
+    ZemStatus status;
+    int begin, end;
+};
+
+// A 16-bit form around a float body: the input times inFactor in float, body(in, out),
+// then the written range times outFactor, rounded and saturated into dst.  The work
+// array (input and output floats) is on the stack when `small`, else allocated.
+template <int64_t StackFloats, class Int, class Body>
+ZemStatus aroundFloat(const Int* src, int nIn, float inFactor, Zem16s* dst, int nOut, float outFactor, bool small,
+                      Body body) {
+    Scratch<float, StackFloats> work(placeBy(small, int64_t{nIn} + nOut, StackFloats));
+    if (!work.ok()) return zemStatusNoMemory;
+    float* in = work.data();
+    float* out = in + nIn;
+    widenScaled(src, in, nIn, inFactor);
+    const Span s = body(static_cast<const float*>(in), out);
+    if (s.status != zemStatusNoMemory && s.end > s.begin)
+        narrowScaled(out + s.begin, dst + s.begin, s.end - s.begin, outFactor);
+    return s.status;
+}
+
+}  // namespace zem::lp
