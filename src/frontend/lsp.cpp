@@ -64,11 +64,14 @@ float chebyshev(const float* c, int m, float x) {
 }
 
 // A sign change between x (value v) and y (value w), y < x: nBisect halvings, then the
-// chord.  A value of exactly zero counts as a change.
+// chord.  A value of exactly zero counts as a change.  Once the midpoint falls on an end
+// of the bracket (or is NaN) the bracket no longer moves, so the halvings stop there:
+// the result is that of all nBisect of them, and a huge nBisect costs no more.
 float refine(const float* c, int m, float x, float v, float y, float w, int nBisect) {
     for (int i = 0; i < nBisect; ++i) {
         const float s = (x + y) * 0.5f;
         const float u = chebyshev(c, m, s);
+        const bool still = s == x || s == y || s != s;
         if (v * u <= 0.0f) {
             y = s;
             w = u;
@@ -76,6 +79,7 @@ float refine(const float* c, int m, float x, float v, float y, float w, int nBis
             x = s;
             v = u;
         }
+        if (still) break;
     }
     return y - w * (x - y) / (v - w);
 }

@@ -371,6 +371,11 @@ TEST(LPConversions, LineSpectralPairs) {
     const std::vector<float> a10 = stablePredictor(10, 0.95);
     std::vector<float> x(10);
     EXPECT_EQ(zemsLPToLSP_32f(a10.data(), x.data(), 10, &found, 10, 4), zemStatusOk);
+    // Halvings past float resolution change nothing, however many are asked for.
+    std::vector<float> fine(10), huge(10);
+    ASSERT_EQ(zemsLPToLSP_32f(a10.data(), fine.data(), 10, &found, 64, 200), zemStatusOk);
+    ASSERT_EQ(zemsLPToLSP_32f(a10.data(), huge.data(), 10, &found, 64, INT32_MAX), zemStatusOk);
+    for (int i = 0; i < 10; ++i) EXPECT_TRUE(zemtest::sameBits(fine[i], huge[i]));
     const float outside[2] = {-2.5f, 2.0f};
     zemtest::fillSentinel(x.data(), 10);
     EXPECT_EQ(zemsLPToLSP_32f(outside, x.data(), 2, &found, 64, 20), zemStatusNoRoot);
