@@ -65,10 +65,18 @@ public:
                 blockDistances<4>(x, t + k, pitch_, width_, d);
                 for (int g = 0; g < 4; ++g) cells(k + 8 * g, d[g]);
             }
-            for (; k + 8 <= end; k += 8) {
+            if (k + 16 <= end) {
+                simd::F32x8 d[2];
+                blockDistances<2>(x, t + k, pitch_, width_, d);
+                cells(k, d[0]);
+                cells(k + 8, d[1]);
+                k += 16;
+            }
+            if (k + 8 <= end) {
                 simd::F32x8 d[1];
                 blockDistances<1>(x, t + k, pitch_, width_, d);
                 cells(k, d[0]);
+                k += 8;
             }
             if (k < end) {  // the copy's padding lets the last group read eight columns
                 simd::F32x8 d[1];

@@ -135,8 +135,8 @@ TEST(Dtw, FloatFormsMatchReferenceAcrossWidthsLengthsBandsAndBeams) {
     // long enough for the 32-cell groups.
     const std::pair<int, int> heights[] = {{1, 4},  {4, 1},  {2, 2},  {6, 6},   {9, 5},   {5, 9},
                                            {13, 6}, {6, 13}, {40, 33}, {70, 45}, {45, 70}, {120, 30}};
-    const int deltas[] = {-2, 0, 2, 7, INT_MAX};
-    const float betas[] = {-1.0f, 0.0f, 0.4f, 1e30f};
+    const int deltas[] = {INT_MIN, -2, 0, 2, 7, INT_MAX};
+    const float betas[] = {-1.0f, 0.0f, 0.4f, 1e30f, std::nanf("")};
     zemtest::Random rnd(2026);
     for (int width = 1; width <= 40; ++width)
         for (auto [h1, h2] : heights) {
