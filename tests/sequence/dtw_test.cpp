@@ -315,3 +315,31 @@ TEST(Dtw, WorkspaceOnTheStackUpTo512ElementsAndEveryAllocationWalked) {
 }
 
 }  // namespace
+
+namespace {
+
+// Columns too many for the stack copy: when the copy cannot be allocated (the call's
+// last allocation), every cell is computed one at a time, to the same bits.  The two
+// sequences differ only in their last frame, so the result is one cell's distance and
+// shows its last bit; four tries a width, as one cell's sums may well agree.
+TEST(Dtw, CellByCellWithoutTheColumnCopyGivesTheSameBits) {
+    zemtest::Random rnd(9);
+    for (int width : {5, 5, 5, 5, 13, 13, 13, 13, 14, 14, 14, 14, 40, 40, 40, 40}) {
+        const int K = 4096 / width + 10;
+        const Seq a = randomSeq(rnd, K, width, -1, 1);
+        Seq b = a;
+        b.back() = rnd.uniform<float>(width, -1, 1);
+        Laid<float> la(a, width, 4), lb(b, width, 4);
+        const float want = reference(a, b, 0, 0.0f);
+        float out = 0.0f;
+        const int64_t before = zemcoreTestAllocationCount();
+        ASSERT_EQ(zemsDTW_L2_32f_D2L(la.rows.data(), K, lb.rows.data(), K, width, &out, 0, 0.0f), zemStatusOk);
+        zemcoreTestFailAllocation(zemcoreTestAllocationCount() - before);
+        out = 0.0f;
+        ASSERT_EQ(zemsDTW_L2_32f_D2L(la.rows.data(), K, lb.rows.data(), K, width, &out, 0, 0.0f), zemStatusOk);
+        zemcoreTestFailAllocation(0);
+        EXPECT_TRUE(zemtest::sameBits(out, want)) << width;
+    }
+}
+
+}  // namespace
