@@ -1043,7 +1043,61 @@ ZEMSR_API ZemStatus zemsDcsClustLCompute_64f(const Zem64f* sum, const Zem64f* su
 ZEMSR_API ZemStatus zemsDcsClustLCompute_32f64f(const Zem32f* sum, const Zem32f* sumSq, int len, Zem64f* dst,
                                                 Zem32f occ);
 
-/* ---- Matrix and vector products: to come ---- */
+/* ---- Matrix and vector products ------------------------------------------------
+ * MatVecMul: dst[i] = sum over j of matrix[i][j] * vec[j], i < height, j < width.
+ * VecMatMul: dst[j] = sum over i of vec[i] * matrix[i][j].
+ * Float forms sum in Zem32f.  The 16-bit MatVecMul forms sum exactly in 64 bits and shift
+ * right by scaleFactor (toward minus infinity); the 32-bit MatVecMul and every integer
+ * VecMatMul sum in double, scale by 2^-scaleFactor and round to nearest, ties to even.
+ * Results saturate to the destination.  The Zem64f row and column operations address
+ * rows firstRow..height-1 of an array of row pointers.
+ * Threads: no state; any number of threads may call them on distinct outputs.
+ * Determinism: fixed summation orders; the same result for any alignment. */
+ZEMSR_API ZemStatus zemsMatVecMul_32f_D2(const Zem32f* matrix, int step, const Zem32f* vec, int width, Zem32f* dst,
+                                         int height);
+ZEMSR_API ZemStatus zemsMatVecMul_32f_D2L(const Zem32f* const* matrix, const Zem32f* vec, int width, Zem32f* dst,
+                                          int height);
+ZEMSR_API ZemStatus zemsMatVecMul_16s_D2Sfs(const Zem16s* matrix, int step, const Zem16s* vec, int width,
+                                            Zem16s* dst, int height, int scaleFactor);
+ZEMSR_API ZemStatus zemsMatVecMul_16s_D2LSfs(const Zem16s* const* matrix, const Zem16s* vec, int width, Zem16s* dst,
+                                             int height, int scaleFactor);
+ZEMSR_API ZemStatus zemsMatVecMul_16s32s_D2Sfs(const Zem16s* matrix, int step, const Zem16s* vec, int width,
+                                               Zem32s* dst, int height, int scaleFactor);
+ZEMSR_API ZemStatus zemsMatVecMul_16s32s_D2LSfs(const Zem16s* const* matrix, const Zem16s* vec, int width,
+                                                Zem32s* dst, int height, int scaleFactor);
+ZEMSR_API ZemStatus zemsMatVecMul_32s_D2Sfs(const Zem32s* matrix, int step, const Zem32s* vec, int width,
+                                            Zem32s* dst, int height, int scaleFactor);
+ZEMSR_API ZemStatus zemsMatVecMul_32s_D2LSfs(const Zem32s* const* matrix, const Zem32s* vec, int width, Zem32s* dst,
+                                             int height, int scaleFactor);
+ZEMSR_API ZemStatus zemsVecMatMul_32f_D2(const Zem32f* vec, const Zem32f* matrix, int step, int height, Zem32f* dst,
+                                         int width);
+ZEMSR_API ZemStatus zemsVecMatMul_32f_D2L(const Zem32f* vec, const Zem32f* const* matrix, int height, Zem32f* dst,
+                                          int width);
+ZEMSR_API ZemStatus zemsVecMatMul_16s_D2Sfs(const Zem16s* vec, const Zem16s* matrix, int step, int height,
+                                            Zem16s* dst, int width, int scaleFactor);
+ZEMSR_API ZemStatus zemsVecMatMul_16s_D2LSfs(const Zem16s* vec, const Zem16s* const* matrix, int height, Zem16s* dst,
+                                             int width, int scaleFactor);
+ZEMSR_API ZemStatus zemsVecMatMul_16s32s_D2Sfs(const Zem16s* vec, const Zem16s* matrix, int step, int height,
+                                               Zem32s* dst, int width, int scaleFactor);
+ZEMSR_API ZemStatus zemsVecMatMul_16s32s_D2LSfs(const Zem16s* vec, const Zem16s* const* matrix, int height,
+                                                Zem32s* dst, int width, int scaleFactor);
+ZEMSR_API ZemStatus zemsVecMatMul_32s_D2Sfs(const Zem32s* vec, const Zem32s* matrix, int step, int height,
+                                            Zem32s* dst, int width, int scaleFactor);
+ZEMSR_API ZemStatus zemsVecMatMul_32s_D2LSfs(const Zem32s* vec, const Zem32s* const* matrix, int height, Zem32s* dst,
+                                             int width, int scaleFactor);
+ZEMSR_API ZemStatus zemsSumColumnAbs_64f_D2L(const Zem64f* const* matrix, int width, int height, Zem64f* sum,
+                                             int column, int firstRow);
+ZEMSR_API ZemStatus zemsSumColumnSqr_64f_D2L(Zem64f* const* matrix, int width, int height, Zem64f* sum, int column,
+                                             int firstRow, Zem64f val);
+ZEMSR_API ZemStatus zemsDotProdColumn_64f_D2L(const Zem64f* const* matrix, int width, int height, Zem64f* sum,
+                                              int column1, int column2, int firstRow);
+ZEMSR_API ZemStatus zemsAddMulColumn_64f_D2L(Zem64f* const* matrix, int width, int height, int srcColumn,
+                                             int dstColumn, int firstRow, Zem64f val);
+ZEMSR_API ZemStatus zemsMulColumn_64f_D2L(Zem64f* const* matrix, int width, int height, int column, int firstRow,
+                                          Zem64f val);
+ZEMSR_API ZemStatus zemsSumRowAbs_64f(const Zem64f* src, int len, Zem64f* sum);
+ZEMSR_API ZemStatus zemsSumRowSqr_64f(Zem64f* srcDst, int len, Zem64f* sum, Zem64f val);
+ZEMSR_API ZemStatus zemsAddMulRow_64f(const Zem64f* src, Zem64f* dst, int len, Zem64f val);
 
 /* ---- Singular value decomposition: to come ---- */
 
