@@ -1099,7 +1099,34 @@ ZEMSR_API ZemStatus zemsSumRowAbs_64f(const Zem64f* src, int len, Zem64f* sum);
 ZEMSR_API ZemStatus zemsSumRowSqr_64f(Zem64f* srcDst, int len, Zem64f* sum, Zem64f val);
 ZEMSR_API ZemStatus zemsAddMulRow_64f(const Zem64f* src, Zem64f* dst, int len, Zem64f val);
 
-/* ---- Singular value decomposition: to come ---- */
+/* ---- Singular value decomposition ---------------------------------------------
+ * A = U * diag(W) * V^T for A of height rows and width columns: U replaces A (or the
+ * copy in dst), W has width values, V is width x width.  nIter bounds the QR sweeps per
+ * singular value (zemStatusNoConvergence when it runs out, the outputs then hold
+ * intermediate values).  The Sort forms order W descending with U and V columns
+ * following.  In the _D2 forms step is the row distance of src, dst and V alike.
+ * QRTransColumn rotates two columns: x = row[column2], y = row[column1],
+ * row[column2] = c x + s y, row[column1] = y c - x s.
+ * Threads: no state; any number of threads may call them on distinct outputs.
+ * Determinism: the same result for any alignment, and in both layouts. */
+ZEMSR_API ZemStatus zemsSVD_64f_D2(const Zem64f* src, Zem64f* dst, int height, Zem64f* W, Zem64f* V, int width,
+                                   int step, int nIter);
+ZEMSR_API ZemStatus zemsSVD_64f_D2_I(Zem64f* srcDst, int height, Zem64f* W, Zem64f* V, int width, int step,
+                                     int nIter);
+ZEMSR_API ZemStatus zemsSVD_64f_D2L(const Zem64f* const* src, Zem64f* const* dst, int height, Zem64f* W,
+                                    Zem64f* const* V, int width, int nIter);
+ZEMSR_API ZemStatus zemsSVD_64f_D2L_I(Zem64f* const* srcDst, int height, Zem64f* W, Zem64f* const* V, int width,
+                                      int nIter);
+ZEMSR_API ZemStatus zemsSVDSort_64f_D2(const Zem64f* src, Zem64f* dst, int height, Zem64f* W, Zem64f* V, int width,
+                                       int step, int nIter);
+ZEMSR_API ZemStatus zemsSVDSort_64f_D2_I(Zem64f* srcDst, int height, Zem64f* W, Zem64f* V, int width, int step,
+                                         int nIter);
+ZEMSR_API ZemStatus zemsSVDSort_64f_D2L(const Zem64f* const* src, Zem64f* const* dst, int height, Zem64f* W,
+                                        Zem64f* const* V, int width, int nIter);
+ZEMSR_API ZemStatus zemsSVDSort_64f_D2L_I(Zem64f* const* srcDst, int height, Zem64f* W, Zem64f* const* V, int width,
+                                          int nIter);
+ZEMSR_API ZemStatus zemsQRTransColumn_64f_D2L(Zem64f* const* matrix, int width, int height, int column1, int column2,
+                                              Zem64f c, Zem64f s);
 
 /* ---- Polyphase resampling ------------------------------------------------------------- */
 /* Band-limited resampling by a Kaiser-windowed sinc.  Variable engine: any real ratio factor
