@@ -12,8 +12,11 @@
 #include <cstdint>
 
 #include "linalg/rows.h"
+#include "primitives/simd.h"
 
 namespace zem::linalg {
+
+namespace simd = zem::simd;
 
 // Four-at-a-time columns, and rows from this length on.
 inline constexpr int64_t kColumnFoursFrom = 4;
@@ -119,6 +122,23 @@ inline double dotRows(const double* x, const double* y, int64_t len) {
 // dst[k] += src[k] * val.
 inline void addMulRow(const double* src, double* dst, int64_t len, double val) {
     for (int64_t k = 0; k < len; ++k) dst[k] = dst[k] + src[k] * val;
+}
+
+// The rotation of rotateColumns on two rows: with x = row2[k] and y = row1[k],
+// row2[k] = c x + s y and row1[k] = y c - x s.
+inline void rotateRows(double* row1, double* row2, int64_t len, double c, double s) {
+    const simd::F64x4 cv = simd::splat(c), sv = simd::splat(s);
+    int64_t k = 0;
+    for (; k + 4 <= len; k += 4) {
+        const simd::F64x4 x = simd::load(row2 + k), y = simd::load(row1 + k);
+        simd::store(row2 + k, cv * x + sv * y);
+        simd::store(row1 + k, y * cv - x * sv);
+    }
+    for (; k < len; ++k) {
+        const double x = row2[k], y = row1[k];
+        row2[k] = c * x + s * y;
+        row1[k] = y * c - x * s;
+    }
 }
 
 inline void mulRow(double* x, int64_t len, double val) {
