@@ -914,9 +914,67 @@ ZEMSR_API ZemStatus zemsCrossCorrCoeffInterpolation_16s32f(const Zem16s* src1, c
 ZEMSR_API ZemStatus zemsPitchmarkToF0Cand_32f(const Zem32f* src, Zem32f* dst, int len);
 ZEMSR_API ZemStatus zemsPitchmarkToF0Cand_16s_Sfs(const Zem16s* src, Zem16s* dst, int len, int scaleFactor);
 
-/* ---- Aurora noise reduction: to come ---- */
+/* ---- Aurora noise reduction ------------------------------------------------------------ */
+/* The frame steps of the two-stage Wiener noise reduction of the Aurora advanced front end
+ * (8 kHz, 200-sample frames, a 256-point transform of 129 bins, 65 smoothed bins).  A front end
+ * calls them in this order per frame: zemsSmoothedPowerSpectrumAurora_* on the packed spectrum
+ * (element 0 the zero-frequency value, 1 the half-rate value, then re/im pairs), giving len/4 + 1
+ * bins; zemsNoiseSpectrumUpdate_Aurora_* on non-speech frames (the decision comes from the
+ * voice activity detector), B' = B (0.9 + 0.1 A/(A+B) (1 + B/(B + 0.1 A))); zemsWienerFilterDesign_
+ * Aurora_* for the gains (eta = (0.98 D + 0.02 max(P - N, 0)) / N, floor -22 dB; _16s in Q14);
+ * then the caller's mel filtering of the gains (zemsEvalFBank_* on an Aurora bank) and its own
+ * inverse transform; zemsTabsCalculation_Aurora_* to mirror the 10-value half impulse response
+ * into 17 taps; zemsResidualFilter_Aurora_* to filter 80 samples (src holds 16 of history, then
+ * the 80).  zemsBlindEqualization_Aurora_* runs later, on the cepstrum.  All history is the
+ * caller's.  Checks: null pointers, then len.
+ * Threads: no state; any number of threads on distinct outputs.
+ * Determinism: the same bits for any alignment and thread count; zemsNoiseSpectrumUpdate_Aurora_32f
+ * runs under rounding toward zero and restores the caller's mode. */
+ZEMSR_API ZemStatus zemsSmoothedPowerSpectrumAurora_32f(const Zem32f* src, Zem32f* dst, Zem32s len);
+ZEMSR_API ZemStatus zemsSmoothedPowerSpectrumAurora_16s(const Zem16s* src, Zem16s* dst, Zem32s len);
+ZEMSR_API ZemStatus zemsSmoothedPowerSpectrumAurora_32s_Sfs(const Zem32s* src, Zem32s* dst, Zem32s len,
+                                                            Zem32s scaleFactor);
+ZEMSR_API ZemStatus zemsSmoothedPowerSpectrumAurora_32s64s_Sfs(const Zem32s* src, Zem64s* dst, Zem32s len,
+                                                               Zem32s scaleFactor);
+ZEMSR_API ZemStatus zemsNoiseSpectrumUpdate_Aurora_32f(const Zem32f* src, const Zem32f* srcNoise, Zem32f* dstNoise,
+                                                       Zem32s len);
+ZEMSR_API ZemStatus zemsNoiseSpectrumUpdate_Aurora_16s_Sfs(const Zem16s* src, const Zem16s* srcNoise,
+                                                           Zem16s* dstNoise, Zem32s len, Zem32s scaleFactor);
+ZEMSR_API ZemStatus zemsNoiseSpectrumUpdate_Aurora_32s_Sfs(const Zem32s* src, const Zem32s* srcNoise,
+                                                           Zem32s* dstNoise, Zem32s len, Zem32s scaleFactor);
+ZEMSR_API ZemStatus zemsWienerFilterDesign_Aurora_32f(const Zem32f* src, const Zem32f* srcNoise, const Zem32f* srcDen,
+                                                      Zem32f* dst, Zem32s len);
+ZEMSR_API ZemStatus zemsWienerFilterDesign_Aurora_16s(const Zem16s* src, const Zem16s* srcNoise, const Zem16s* srcDen,
+                                                      Zem16s* dst, Zem32s len);
+ZEMSR_API ZemStatus zemsTabsCalculation_Aurora_32f(const Zem32f* src, Zem32f* dst);
+ZEMSR_API ZemStatus zemsTabsCalculation_Aurora_16s(const Zem16s* src, Zem16s* dst);
+ZEMSR_API ZemStatus zemsResidualFilter_Aurora_32f(const Zem32f* src, Zem32f* dst, const Zem32f* taps);
+ZEMSR_API ZemStatus zemsResidualFilter_Aurora_16s_Sfs(const Zem16s* src, Zem16s* dst, const Zem16s* taps,
+                                                      Zem32s scaleFactor);
+/* logEnergy: Zem32f, or Q6 in the 16-bit form. */
+ZEMSR_API ZemStatus zemsBlindEqualization_Aurora_32f(const Zem32f* srcRef, Zem32f* srcDstCep, Zem32f* srcDstBias,
+                                                     Zem32s len, Zem32f logEnergy);
+ZEMSR_API ZemStatus zemsBlindEqualization_Aurora_16s(const Zem16s* srcRef, Zem16s* srcDstCep, Zem16s* srcDstBias,
+                                                     Zem32s len, Zem32s logEnergy);
 
-/* ---- Aurora waveform processing and band coding: to come ---- */
+/* ---- Aurora waveform processing and band coding --------------------------------------- */
+/* zemsWaveProcessing_Aurora_*: a 200-sample frame with the samples around its pitch pulses
+ * (found on the smoothed Teager energy) raised and those between lowered.  zemsLowHighFilter_
+ * Aurora_*: low[n] = sum taps[k] src[2n+k], high[n] = (-1)^(n+1) sum (-1)^k taps[k] src[2n+k],
+ * reading src up to element (len rounded down to even) + tapsLen - 2.  zemsHighBandCoding_Aurora_*:
+ * three log values of the upper band from band sums of a 65-bin and a 129-bin spectrum.
+ * Threads: no state; any number of threads on distinct outputs.
+ * Determinism: the same bits for any alignment and thread count. */
+ZEMSR_API ZemStatus zemsWaveProcessing_Aurora_32f(const Zem32f* src, Zem32f* dst);
+ZEMSR_API ZemStatus zemsWaveProcessing_Aurora_16s(const Zem16s* src, Zem16s* dst);
+ZEMSR_API ZemStatus zemsLowHighFilter_Aurora_32f(const Zem32f* src, Zem32f* dstLow, Zem32f* dstHigh, Zem32s len,
+                                                 const Zem32f* taps, Zem32s tapsLen);
+ZEMSR_API ZemStatus zemsLowHighFilter_Aurora_16s_Sfs(const Zem16s* src, Zem16s* dstLow, Zem16s* dstHigh, Zem32s len,
+                                                     const Zem16s* taps, Zem32s tapsLen, Zem32s scaleFactor);
+ZEMSR_API ZemStatus zemsHighBandCoding_Aurora_32f(const Zem32f* srcBands, const Zem32f* srcLow, const Zem32f* srcHigh,
+                                                  Zem32f* dst);
+ZEMSR_API ZemStatus zemsHighBandCoding_Aurora_32s_Sfs(const Zem32s* srcBands, const Zem32s* srcLow,
+                                                      const Zem32s* srcHigh, Zem32s* dst, Zem32s scaleFactor);
 
 /* ---- Aurora voice activity detection: to come ---- */
 
