@@ -1,0 +1,15 @@
+# Writes the names of the functions that HEADER declares with ZEMSR_API to OUT, one
+# quoted name a line, so that the sweep covers every export without a list of its own.
+file(READ ${HEADER} header)
+string(REGEX MATCHALL "\nZEMSR_API[^;(#]*[ *]([A-Za-z_][A-Za-z0-9_]*)[ \t\r\n]*\\(" decls "${header}")
+set(text "")
+foreach(decl IN LISTS decls)
+  string(REGEX REPLACE ".*[ *]([A-Za-z_][A-Za-z0-9_]*)[ \t\r\n]*\\($" "\\1" name "${decl}")
+  string(APPEND text "\"${name}\",\n")
+endforeach()
+if(EXISTS ${OUT})
+  file(READ ${OUT} old)
+endif()
+if(NOT "${old}" STREQUAL "${text}")
+  file(WRITE ${OUT} "${text}")
+endif()
