@@ -109,6 +109,7 @@ struct Arg {
     bool nullable = false;  // null is accepted here
     bool noExtremes = false;
     bool maxSafe = false;   // a Len whose INT_MAX must also be safe
+    Ex before{0};           // elements of the buffer that lie before the pointer (history)
 };
 
 inline Arg role(Role r, Ex extent = 0) {
@@ -128,6 +129,13 @@ inline Arg In(Ex n, double lo, double hi) {
 inline Arg In(Ex n, Fill f) {
     Arg a = role(Role::Buf, n);
     a.fill = std::move(f);
+    return a;
+}
+// A buffer of n elements whose pointer stands `before` elements into it: the history that
+// a stream reads before index 0.
+inline Arg InMid(Ex before, Ex n) {
+    Arg a = role(Role::Buf, n);
+    a.before = std::move(before);
     return a;
 }
 inline Arg Out(Ex n) { return role(Role::OutBuf, n); }
@@ -298,6 +306,8 @@ enum RowFlag : unsigned {
     kPartialStores = 1,  // a negative status may come with results stored (documented)
     kNoMisalign = 2,     // the misaligned baseline does not apply
     kAllocFailureIgnored = 4,  // a failed allocation is documented to be absorbed (the call succeeds)
+    kAllocFailureAnyError = 8, // a failed allocation may answer another documented error
+    kBlankInit = 16,           // the record's Init leaves its contents to the caller: Init and InitAlloc differ
 };
 
 struct Row {
@@ -337,6 +347,8 @@ struct Table {
 void addLikelihoodRows(Table& t);
 void addFrontendRows(Table& t);
 void addFrameRows(Table& t);
+void addTrainingRows(Table& t);
+void addSequenceRows(Table& t);
 
 // A finding that the sweep knows about and that is being fixed elsewhere.
 struct KnownFinding {
