@@ -84,3 +84,67 @@ const std::vector<KnownFinding>& knownFindings() {
 }
 
 }  // namespace sweep
+
+namespace sweep {
+
+const std::vector<const char*>& pendingRows() {
+    static const std::vector<const char*> pending = {
+        "zemsSmoothedPowerSpectrumAurora_32f",
+        "zemsSmoothedPowerSpectrumAurora_16s",
+        "zemsSmoothedPowerSpectrumAurora_32s_Sfs",
+        "zemsSmoothedPowerSpectrumAurora_32s64s_Sfs",
+        "zemsNoiseSpectrumUpdate_Aurora_32f",
+        "zemsNoiseSpectrumUpdate_Aurora_16s_Sfs",
+        "zemsNoiseSpectrumUpdate_Aurora_32s_Sfs",
+        "zemsWienerFilterDesign_Aurora_32f",
+        "zemsWienerFilterDesign_Aurora_16s",
+        "zemsTabsCalculation_Aurora_32f",
+        "zemsTabsCalculation_Aurora_16s",
+        "zemsResidualFilter_Aurora_32f",
+        "zemsResidualFilter_Aurora_16s_Sfs",
+        "zemsBlindEqualization_Aurora_32f",
+        "zemsBlindEqualization_Aurora_16s",
+        "zemsWaveProcessing_Aurora_32f",
+        "zemsWaveProcessing_Aurora_16s",
+        "zemsLowHighFilter_Aurora_32f",
+        "zemsLowHighFilter_Aurora_16s_Sfs",
+        "zemsHighBandCoding_Aurora_32f",
+        "zemsHighBandCoding_Aurora_32s_Sfs",
+        "zemsMatVecMul_32f_D2",
+        "zemsMatVecMul_32f_D2L",
+        "zemsMatVecMul_16s_D2Sfs",
+        "zemsMatVecMul_16s_D2LSfs",
+        "zemsMatVecMul_16s32s_D2Sfs",
+        "zemsMatVecMul_16s32s_D2LSfs",
+        "zemsMatVecMul_32s_D2Sfs",
+        "zemsMatVecMul_32s_D2LSfs",
+        "zemsVecMatMul_32f_D2",
+        "zemsVecMatMul_32f_D2L",
+        "zemsVecMatMul_16s_D2Sfs",
+        "zemsVecMatMul_16s_D2LSfs",
+        "zemsVecMatMul_16s32s_D2Sfs",
+        "zemsVecMatMul_16s32s_D2LSfs",
+        "zemsVecMatMul_32s_D2Sfs",
+        "zemsVecMatMul_32s_D2LSfs",
+        "zemsSumColumnAbs_64f_D2L",
+        "zemsSumColumnSqr_64f_D2L",
+        "zemsDotProdColumn_64f_D2L",
+        "zemsAddMulColumn_64f_D2L",
+        "zemsMulColumn_64f_D2L",
+        "zemsSumRowAbs_64f",
+        "zemsSumRowSqr_64f",
+        "zemsAddMulRow_64f",
+        "zemsSVD_64f_D2",
+        "zemsSVD_64f_D2_I",
+        "zemsSVD_64f_D2L",
+        "zemsSVD_64f_D2L_I",
+        "zemsSVDSort_64f_D2",
+        "zemsSVDSort_64f_D2_I",
+        "zemsSVDSort_64f_D2L",
+        "zemsSVDSort_64f_D2L_I",
+        "zemsQRTransColumn_64f_D2L",
+    };
+    return pending;
+}
+
+}  // namespace sweep

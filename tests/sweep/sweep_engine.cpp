@@ -628,6 +628,8 @@ struct Registry {
         addFrontendRows(table);
         addTrainingRows(table);
         addSequenceRows(table);
+        addLpRows(table);
+        addDtwRows(table);
         for (const Row& r : table.rows) byName.emplace(r.name, &r);
     }
 };
@@ -642,6 +644,11 @@ TEST_P(Export, SurvivesHostileCalls) {
     const std::string name = GetParam();
     const auto it = registry().byName.find(name);
     if (it == registry().byName.end()) {
+        for (const char* p : pendingRows())
+            if (name == p)
+                GTEST_SKIP() << name << " has no row yet (its family is on the pending list in "
+                             << "tests/sweep/findings.cpp): add one to tests/sweep/table_<subsystem>.cpp and "
+                             << "remove it from the list.";
         FAIL() << name << " is declared in include/zemsr.h but the sweep has no row for it.\n"
                << "Add one to the table file of its family under tests/sweep/ (table_<subsystem>.cpp), e.g.\n"
                << "    ROW(t, " << name << ", {L(17)}, {In(L), Out(L), Len(L)});\n"
