@@ -152,12 +152,25 @@ inline int32_t wrappedLaneSum(__m128i v) {
     return _mm_cvtsi128_si32(v);
 }
 
+// The lanes of the rest after the groups of 8 as its runs use them: the rest runs as 4,
+// 2 and 1 elements, each run numbering its pairs from lane 0, so a run of 4 fills lanes 0
+// and 1 and the run of 2 and the last element both go to lane 0.  p holds the rest's
+// pair sums by position (pair k = elements 2k and 2k + 1 of the rest).
+inline __m128i restIntoRunLanes(__m128i p, int rest) {
+    alignas(16) int32_t pair[4];
+    _mm_store_si128(reinterpret_cast<__m128i*>(pair), p);
+    if (rest >= 4) return _mm_setr_epi32(wrapAdd(pair[0], wrapAdd(pair[2], pair[3])), pair[1], 0, 0);
+    return _mm_setr_epi32(wrapAdd(pair[0], pair[1]), 0, 0, 0);
+}
+
 // The Low sum t of n elements: groups of 8 subtract their pair sums from four lanes,
 // which are then shifted; the rest (runs of 4 and 2 and a last element, all with the
 // saturated difference) is shifted per pair first and then subtracted.  The block forms
-// (kTailIntoLanes) subtract the rest from the same lanes and shift once at the end.  The rest is one
-// zero-padded step: padded pairs contribute nothing.  The AVX2 build takes two groups a
-// step and folds them, which gives the same wrapped sums.  var null is a weight of one.
+// (kTailIntoLanes) subtract the rest from the lanes of its runs (restIntoRunLanes) and
+// shift once at the end, so there the lane a pair lands in shows in the result.  The
+// rest is loaded as one zero-padded step: padded pairs contribute nothing.  The AVX2
+// build takes two groups a step and folds them, which gives the same wrapped sums.  var
+// null is a weight of one.
 template <bool kTailIntoLanes = false>
 inline int32_t lowSum(const Zem16s* x, const Zem16s* m, const Zem16s* var, int n, const LowShifts& shifts) {
     auto load8 = [](const Zem16s* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); };
@@ -188,6 +201,8 @@ inline int32_t lowSum(const Zem16s* x, const Zem16s* m, const Zem16s* var, int n
         lowPairSums(loadTail(x, i, n), loadTail(m, i, n), var ? loadTail(var, i, n) : ones, &tailHi, &tailLo);
     }
     if constexpr (kTailIntoLanes) {
+        tailHi = restIntoRunLanes(tailHi, n - i);
+        tailLo = restIntoRunLanes(tailLo, n - i);
         return wrappedLaneSum(shiftLanes(_mm_sub_epi32(laneHi, tailHi), _mm_sub_epi32(laneLo, tailLo), shifts));
     } else {
         return wrappedLaneSum(_mm_sub_epi32(shiftLanes(laneHi, laneLo, shifts), shiftLanes(tailHi, tailLo, shifts)));

@@ -65,16 +65,25 @@ float refPairs(const Zem16s* x, const Zem16s* m, int w, bool in64) {
     return (l[0] + l[2]) + (l[1] + l[3]);
 }
 
-// The Low lanes of the block forms: every pair into lanes 0..3 by position within its
-// group of 8 (the last, short group zero padded), shifted once at the end.
+// The Low lanes of the block forms: a group of 8 puts its pair j in lane j; after the
+// groups, a run of 4, a run of 2 and a last element each number their pairs from lane 0
+// (so the run of 4 feeds lanes 0 and 1, the others lane 0); all are shifted once at the
+// end.
 int32_t refBlockLow(const Zem16s* x, const Zem16s* m, const Zem16s* v, int w, int sf) {
     int32_t hi[4] = {}, lo[4] = {};
-    for (int i = 0; i < w; ++i) {
+    auto into = [&](int i, int lane) {
         const int d = sat16(x[i] - m[i]), q = d * d;
-        const int j = (i % 8) / 2;
-        hi[j] = wrap(int64_t{hi[j]} - int64_t{q >> 16} * v[i]);
-        lo[j] = wrap(int64_t{lo[j]} - int64_t{(q & 0xffff) >> 1} * v[i]);
-    }
+        hi[lane] = wrap(int64_t{hi[lane]} - int64_t{q >> 16} * v[i]);
+        lo[lane] = wrap(int64_t{lo[lane]} - int64_t{(q & 0xffff) >> 1} * v[i]);
+    };
+    int i = 0;
+    for (; i + 8 <= w; i += 8)
+        for (int k = 0; k < 8; ++k) into(i + k, k / 2);
+    for (int run : {4, 2, 1})
+        if (w - i >= run) {
+            for (int k = 0; k < run; ++k) into(i + k, k / 2);
+            i += run;
+        }
     int32_t t = 0;
     for (int j = 0; j < 4; ++j) {
         const int32_t a = sf <= 15 ? wrap(int64_t{hi[j]} * (1 << (15 - sf))) : hi[j] >> std::min(sf - 15, 31);
@@ -201,6 +210,44 @@ TEST(GaussBlock, SixteenBitFamiliesFollowTheirPerFrameRules) {
                         ASSERT_TRUE(sameBits(lowScaled[f], (n < 0 ? 1.5f + k * p : 1.5f + k / p)));
                     }
                 }
+            }
+        }
+}
+
+// After the groups of 8, the runs of 4, 2 and 1 take their own lanes: seen through each
+// lane's shift (rounding) and through the 32-bit wrap, at every width mod 8.
+TEST(GaussBlock, LowRunsAfterTheGroupsTakeTheirOwnLanes) {
+    auto low = [](std::vector<Zem16s> x, std::vector<Zem16s> v, int sf) {
+        const std::vector<Zem16s> m(x.size(), 0);
+        Zem32s r;
+        EXPECT_EQ(zemsLogGauss_Low_16s32s_D2Sfs(x.data(), int(x.size()), m.data(), v.data(), int(x.size()), &r, 1, 0, sf), zemStatusOk);
+        return r;
+    };
+    EXPECT_EQ(low({2, 0, 2}, {1, 1, 1}, 3), -1);  // both lo terms in lane 0: -4 >> 3
+    EXPECT_EQ(low({255, 255, 0, 0, 255, 255}, std::vector<Zem16s>(6, 32767), 3), 4210560);  // lane 0 wraps
+    zemtest::Random rnd(707);
+    for (int w = 1; w <= 24; ++w)
+        for (bool wide : {false, true}) {
+            // Small values make a lane's rounding show; large ones with large weights wrap.
+            const int lim = wide ? 32767 : 3;
+            auto x = rnd.integers<Zem16s>(w, -lim, lim), v = rnd.integers<Zem16s>(w, wide ? 20000 : 1, wide ? 32767 : 3);
+            std::vector<Zem16s> mean(w, 0), mixtureMean(x);
+            for (int sf : {0, 1, 3, 5, 15, 17}) {
+                const int32_t t = refBlockLow(x.data(), mean.data(), v.data(), w, sf);
+                Zem32s block, multi = 7, larger = INT32_MIN;
+                float scaled, multiScaled = 0.5f;
+                const Zem32s val = 7;
+                ASSERT_EQ(zemsLogGauss_Low_16s32s_D2Sfs(x.data(), w, mean.data(), v.data(), w, &block, 1, val, sf), zemStatusOk);
+                ASSERT_EQ(zemsLogGauss_LowScaled_16s32f_D2(x.data(), w, mean.data(), v.data(), w, &scaled, 1, 0.5f, sf), zemStatusOk);
+                // The mixture forms see the same rows from the other side: frame 0, mean x.
+                ASSERT_EQ(zemsLogGaussMultiMix_Low_16s32s_D2Sfs(x.data(), v.data(), w, mean.data(), w, &multi, 1, sf), zemStatusOk);
+                ASSERT_EQ(zemsLogGaussMultiMix_LowScaled_16s32f_D2(x.data(), v.data(), w, mean.data(), w, &multiScaled, 1, sf), zemStatusOk);
+                ASSERT_EQ(zemsLogGaussMaxMultiMix_Low_16s32s_D2Sfs(x.data(), v.data(), w, mean.data(), w, &val, &larger, 1, sf), zemStatusOk);
+                ASSERT_EQ(block, wrap(int64_t{t} + val)) << w << (wide ? " wide" : " small") << " sf " << sf;
+                ASSERT_TRUE(sameBits(scaled, float(t) + 0.5f)) << w << " sf " << sf;
+                ASSERT_EQ(multi, block) << w << " sf " << sf;
+                ASSERT_TRUE(sameBits(multiScaled, scaled)) << w << " sf " << sf;
+                ASSERT_EQ(larger, block) << w << " sf " << sf;
             }
         }
 }
