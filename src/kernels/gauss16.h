@@ -87,9 +87,11 @@ inline LowShifts lowShiftsPerRun(int sf) {
 }
 
 // The block shifts, applied once to lanes that every run fed: the low part shifted by
-// the full scale factor, counts capped at 31.  Only scale factors from 0 use them.
+// the full scale factor, counts capped at 31.  Only scale factors from 0 use them; below
+// 0 no count is formed (15 - sf would leave the int range near INT_MIN).
 inline LowShifts lowShiftsAtEnd(int sf) {
     LowShifts s;
+    if (sf < 0) return s;
     if (sf <= 15) {
         s.hiLeft = 15 - sf;
         s.loRight = sf;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cfenv>
+#include <climits>
 #include <cmath>
 #include <vector>
 
@@ -250,6 +251,42 @@ TEST(GaussBlock, LowRunsAfterTheGroupsTakeTheirOwnLanes) {
                 ASSERT_EQ(larger, block) << w << " sf " << sf;
             }
         }
+}
+
+// Scale factors are never range-checked: INT_MIN and INT_MAX score as the smallest and
+// largest factors whose shift counts are already capped, in every block, multi-mix and
+// mixture Low form.
+TEST(GaussBlock, LowFormsAtTheScaleFactorExtremes) {
+    zemtest::Random rnd(709);
+    const int w = 13, n = 3;
+    const auto x = rnd.integers<Zem16s>(w, -3000, 3000);
+    const auto mean = rnd.integers<Zem16s>(w * n, -3000, 3000), var = rnd.integers<Zem16s>(w * n, 0, 9);
+    const std::vector<Zem32s> valS = {-5, 0, 9};
+    const std::vector<float> valF = {-5.5f, 0.0f, 9.25f};
+    for (auto [extreme, capped] : {std::pair{INT_MIN, -64}, std::pair{INT_MAX, 47}}) {
+        auto scores = [&](int sf) {
+            std::vector<Zem32s> i(8 * n, -7);
+            std::vector<float> f(8 * n, -7.0f);
+            zemsLogGauss_Low_16s32s_D2Sfs(mean.data(), w, x.data(), var.data(), w, &i[0], n, 3, sf);
+            zemsLogGaussMax_Low_16s32s_D2Sfs(mean.data(), w, x.data(), var.data(), w, &i[n], n, 3, sf);
+            zemsLogGauss_LowScaled_16s32f_D2(mean.data(), w, x.data(), var.data(), w, &f[0], n, 1.5f, sf);
+            zemsLogGaussAdd_LowScaled_16s32f_D2(mean.data(), w, x.data(), var.data(), w, &f[n], n, 1.5f, sf);
+            zemsLogGaussMax_LowScaled_16s32f_D2(mean.data(), w, x.data(), var.data(), w, &f[2 * n], n, 1.5f, sf);
+            std::copy(valS.begin(), valS.end(), &i[2 * n]);
+            zemsLogGaussMultiMix_Low_16s32s_D2Sfs(mean.data(), var.data(), w, x.data(), w, &i[2 * n], n, sf);
+            zemsLogGaussMaxMultiMix_Low_16s32s_D2Sfs(mean.data(), var.data(), w, x.data(), w, valS.data(), &i[3 * n], n, sf);
+            std::copy(valF.begin(), valF.end(), &f[3 * n]);
+            zemsLogGaussMultiMix_LowScaled_16s32f_D2(mean.data(), var.data(), w, x.data(), w, &f[3 * n], n, sf);
+            zemsLogGaussAddMultiMix_LowScaled_16s32f_D2(mean.data(), var.data(), w, x.data(), w, valF.data(), &f[4 * n], n, sf);
+            zemsLogGaussMaxMultiMix_LowScaled_16s32f_D2(mean.data(), var.data(), w, x.data(), w, valF.data(), &f[5 * n], n, sf);
+            zemsLogGaussMixture_LowScaled_16s32f_D2(x.data(), mean.data(), var.data(), n, w, w, valF.data(), &f[6 * n], sf);
+            return std::pair{i, f};
+        };
+        const auto [gotI, gotF] = scores(extreme);
+        const auto [wantI, wantF] = scores(capped);
+        EXPECT_EQ(gotI, wantI) << extreme;
+        for (size_t k = 0; k < gotF.size(); ++k) EXPECT_TRUE(sameBits(gotF[k], wantF[k])) << extreme << " " << k;
+    }
 }
 
 TEST(GaussBlock, IntegerMaxRules) {
