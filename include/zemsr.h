@@ -814,7 +814,91 @@ ZEMSR_API ZemStatus zemsBlockDMatrixFree_16s(ZemsBlockDMatrix_16s* matrix);
 ZEMSR_API ZemStatus zemsBlockDMatrixFree_32f(ZemsBlockDMatrix_32f* matrix);
 ZEMSR_API ZemStatus zemsBlockDMatrixFree_64f(ZemsBlockDMatrix_64f* matrix);
 
-/* ---- Frame conditioning: to come ---- */
+/* ---- Frame conditioning: y[n] = x[n] - x[n-1] + val * y[n-1] and the other frame steps ---- */
+/* Threads: no records; every call is a pure function of its arguments (the notch's history is
+ * the caller's srcPrev and dstPrev, the real-time energy form takes the caller's maximum).
+ * Determinism: the same result for any alignment and thread count. */
+/* Mean removal, the DC notch (float, 16-bit with a Q12 or float recursion, Q15). */
+ZEMSR_API ZemStatus zemsZeroMean_16s(Zem16s* srcDst, int len);
+ZEMSR_API ZemStatus zemsCompensateOffset_32f(const Zem32f* src, Zem32f* dst, int len, Zem32f* srcPrev,
+                                             Zem32f dstPrev, Zem32f val);
+ZEMSR_API ZemStatus zemsCompensateOffset_32f_I(Zem32f* srcDst, int len, Zem32f* srcPrev, Zem32f dstPrev,
+                                               Zem32f val);
+ZEMSR_API ZemStatus zemsCompensateOffset_16s(const Zem16s* src, Zem16s* dst, int len, Zem16s* srcPrev,
+                                             Zem16s dstPrev, Zem32f val);
+ZEMSR_API ZemStatus zemsCompensateOffset_16s_I(Zem16s* srcDst, int len, Zem16s* srcPrev, Zem16s dstPrev,
+                                               Zem32f val);
+ZEMSR_API ZemStatus zemsCompensateOffsetQ15_16s(const Zem16s* src, Zem16s* dst, int len, Zem16s* srcPrev,
+                                                Zem16s dstPrev, Zem16s val);
+ZEMSR_API ZemStatus zemsCompensateOffsetQ15_16s_I(Zem16s* srcDst, int len, Zem16s* srcPrev, Zem16s dstPrev,
+                                                  Zem16s val);
+/* Frame energies at srcDst[i * step]: y = norm - (maxE - max(x, maxE - silenceFloor dB)) * scale. */
+ZEMSR_API ZemStatus zemsNormEnergy_32f(Zem32f* srcDst, int step, int height, Zem32f silenceFloor, Zem32f scale);
+ZEMSR_API ZemStatus zemsNormEnergy_16s(Zem16s* srcDst, int step, int height, Zem16s silenceFloor, Zem16s normValue,
+                                       Zem32f scale);
+ZEMSR_API ZemStatus zemsNormEnergy_RT_32f(Zem32f* srcDst, int step, int height, Zem32f silenceFloor, Zem32f maxE,
+                                          Zem32f scale);
+ZEMSR_API ZemStatus zemsNormEnergy_RT_16s(Zem16s* srcDst, int step, int height, Zem16s silenceFloor, Zem16s maxE,
+                                          Zem16s normValue, Zem32f scale);
+/* Sign changes between neighbours; Count0 counts a passage through zero as one change. */
+ZEMSR_API ZemStatus zemsSignChangeRate_32f(const Zem32f* src, int len, Zem32f* result);
+ZEMSR_API ZemStatus zemsSignChangeRate_16s(const Zem16s* src, int len, Zem32s* result);
+ZEMSR_API ZemStatus zemsSignChangeRate_Count0_32f(const Zem32f* src, int len, Zem32f* result);
+ZEMSR_API ZemStatus zemsSignChangeRate_Count0_16s(const Zem16s* src, int len, Zem32s* result);
+ZEMSR_API ZemStatus zemsSignChangeRateXor_32f(const Zem32f* src, int len, Zem32s* result);
+/* Sum of x log2(x) over the positive samples (no negation). */
+ZEMSR_API ZemStatus zemsEntropy_32f(const Zem32f* src, int len, Zem32f* result);
+ZEMSR_API ZemStatus zemsEntropy_16s32s_Sfs(const Zem16s* src, int srcShift, int len, Zem32s* result,
+                                           int scaleFactor);
+ZEMSR_API ZemStatus zemsCopyWithPadding_32f(const Zem32f* src, int srcLen, Zem32f* dst, int dstLen);
+ZEMSR_API ZemStatus zemsCopyWithPadding_16s(const Zem16s* src, int srcLen, Zem16s* dst, int dstLen);
+/* dst = max(0, min(minVal + upperRatio w, x) - (minVal + lowerRatio w)) * range / ((upperRatio - lowerRatio) w),
+ * w = maxVal - minVal, the bounds given (MinMax) or found in the source. */
+ZEMSR_API ZemStatus zemsNormalizeInRange_32f(const Zem32f* src, Zem32f* dst, int len, Zem32f lowerRatio,
+                                             Zem32f upperRatio, Zem32f range);
+ZEMSR_API ZemStatus zemsNormalizeInRange_32f16s(const Zem32f* src, Zem16s* dst, int len, Zem32f lowerRatio,
+                                                Zem32f upperRatio, Zem16s range);
+ZEMSR_API ZemStatus zemsNormalizeInRange_32f8u(const Zem32f* src, Zem8u* dst, int len, Zem32f lowerRatio,
+                                               Zem32f upperRatio, Zem8u range);
+ZEMSR_API ZemStatus zemsNormalizeInRange_16s(const Zem16s* src, Zem16s* dst, int len, Zem32f lowerRatio,
+                                             Zem32f upperRatio, Zem16s range);
+ZEMSR_API ZemStatus zemsNormalizeInRange_16s8u(const Zem16s* src, Zem8u* dst, int len, Zem32f lowerRatio,
+                                               Zem32f upperRatio, Zem8u range);
+ZEMSR_API ZemStatus zemsNormalizeInRange_32f_I(Zem32f* srcDst, int len, Zem32f lowerRatio, Zem32f upperRatio,
+                                               Zem32f range);
+ZEMSR_API ZemStatus zemsNormalizeInRange_16s_I(Zem16s* srcDst, int len, Zem32f lowerRatio, Zem32f upperRatio,
+                                               Zem16s range);
+ZEMSR_API ZemStatus zemsNormalizeInRangeMinMax_32f(const Zem32f* src, Zem32f* dst, int len, Zem32f minVal,
+                                                   Zem32f maxVal, Zem32f lowerRatio, Zem32f upperRatio,
+                                                   Zem32f range);
+ZEMSR_API ZemStatus zemsNormalizeInRangeMinMax_32f16s(const Zem32f* src, Zem16s* dst, int len, Zem32f minVal,
+                                                      Zem32f maxVal, Zem32f lowerRatio, Zem32f upperRatio,
+                                                      Zem16s range);
+ZEMSR_API ZemStatus zemsNormalizeInRangeMinMax_32f8u(const Zem32f* src, Zem8u* dst, int len, Zem32f minVal,
+                                                     Zem32f maxVal, Zem32f lowerRatio, Zem32f upperRatio,
+                                                     Zem8u range);
+ZEMSR_API ZemStatus zemsNormalizeInRangeMinMax_16s(const Zem16s* src, Zem16s* dst, int len, Zem16s minVal,
+                                                   Zem16s maxVal, Zem32f lowerRatio, Zem32f upperRatio,
+                                                   Zem16s range);
+ZEMSR_API ZemStatus zemsNormalizeInRangeMinMax_16s8u(const Zem16s* src, Zem8u* dst, int len, Zem16s minVal,
+                                                     Zem16s maxVal, Zem32f lowerRatio, Zem32f upperRatio,
+                                                     Zem8u range);
+ZEMSR_API ZemStatus zemsNormalizeInRangeMinMax_32f_I(Zem32f* srcDst, int len, Zem32f minVal, Zem32f maxVal,
+                                                     Zem32f lowerRatio, Zem32f upperRatio, Zem32f range);
+ZEMSR_API ZemStatus zemsNormalizeInRangeMinMax_16s_I(Zem16s* srcDst, int len, Zem16s minVal, Zem16s maxVal,
+                                                     Zem32f lowerRatio, Zem32f upperRatio, Zem16s range);
+/* The unit curve: 0 below 0, x^2 to 1, 2 - (2 - x)^2 to 2, then 2; qShift fraction bits in 16 bits. */
+ZEMSR_API ZemStatus zemsUnitCurve_32f(const Zem32f* src, Zem32f* dst, int len);
+ZEMSR_API ZemStatus zemsUnitCurve_32f_I(Zem32f* srcDst, int len);
+ZEMSR_API ZemStatus zemsUnitCurve_16s_Sfs(const Zem16s* src, int qShift, Zem16s* dst, int len, int scaleFactor);
+ZEMSR_API ZemStatus zemsUnitCurve_16s_ISfs(Zem16s* srcDst, int qShift, int len, int scaleFactor);
+/* dst[i] = 1 where a sample tops searchSize rising and falling steps of the (averaged) frame. */
+ZEMSR_API ZemStatus zemsFindPeaks_32f8u(const Zem32f* src, Zem8u* dst, int len, int searchSize, int movingAvgSize);
+ZEMSR_API ZemStatus zemsFindPeaks_32s8u(const Zem32s* src, Zem8u* dst, int len, int searchSize, int movingAvgSize);
+/* The element at position n of the decreasing order (n = 0 the largest). */
+ZEMSR_API ZemStatus zemsNthMaxElement_32f(const Zem32f* src, int len, int n, Zem32f* result);
+ZEMSR_API ZemStatus zemsNthMaxElement_32s(const Zem32s* src, int len, int n, Zem32s* result);
+ZEMSR_API ZemStatus zemsNthMaxElement_64f(const Zem64f* src, int len, int n, Zem64f* result);
 
 /* ---- Linear prediction: A(z) = 1 + a[0] z^-1 + ... + a[order-1] z^-order ------------- */
 /* Auto forms: r[k] = sum x[n] x[n-k] for order + 1 lags, then Levinson-Durbin; the Neg forms
