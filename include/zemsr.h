@@ -1352,7 +1352,25 @@ ZEMSR_API ZemStatus zemsDTW_L2_8u32s_D2LSfs(const Zem8u* const* src1, int height
 ZEMSR_API ZemStatus zemsDTW_L2_8u32s_D2Sfs(const Zem8u* src1, int height1, const Zem8u* src2, int height2, int width,
                                            int step, Zem32s* dst, int delta, Zem32f beta, int scaleFactor);
 
-/* ---- Elementwise special functions: to come ---- */
+/* ---- Elementwise special functions: exp(-x^2), sin(x)/x, 1/sqrt(max-floored x) ---- */
+/* Threads: no records; calls on distinct buffers may run at the same time.
+ * Determinism: the same result for any alignment and thread count, except zemsRecSqrt_32s_Sfs,
+ * which rounds to nearest when srcDst is 16-byte aligned and truncates otherwise. */
+ZEMSR_API ZemStatus zemsExpNegSqr_32f(const Zem32f* src, Zem32f* dst, int len);
+ZEMSR_API ZemStatus zemsExpNegSqr_32f_I(Zem32f* srcDst, int len);
+ZEMSR_API ZemStatus zemsExpNegSqr_32f64f(const Zem32f* src, Zem64f* dst, int len);
+ZEMSR_API ZemStatus zemsExpNegSqr_64f(const Zem64f* src, Zem64f* dst, int len);
+ZEMSR_API ZemStatus zemsExpNegSqr_64f_I(Zem64f* srcDst, int len);
+ZEMSR_API ZemStatus zemsSinC_32f(const Zem32f* src, Zem32f* dst, int len);
+ZEMSR_API ZemStatus zemsSinC_32f_I(Zem32f* srcDst, int len);
+ZEMSR_API ZemStatus zemsSinC_32f64f(const Zem32f* src, Zem64f* dst, int len);
+ZEMSR_API ZemStatus zemsSinC_64f(const Zem64f* src, Zem64f* dst, int len);
+ZEMSR_API ZemStatus zemsSinC_64f_I(Zem64f* srcDst, int len);
+/* Elements at or below val become val itself; zemsRecSqrt_32s16s_Sfs and the unaligned route of
+ * zemsRecSqrt_32s_Sfs replace only those below it. */
+ZEMSR_API ZemStatus zemsRecSqrt_32f(Zem32f* srcDst, int len, Zem32f val);
+ZEMSR_API ZemStatus zemsRecSqrt_32s_Sfs(Zem32s* srcDst, int len, Zem32s val, int scaleFactor);
+ZEMSR_API ZemStatus zemsRecSqrt_32s16s_Sfs(const Zem32s* src, Zem16s* dst, int len, Zem32s val, int scaleFactor);
 
 #ifdef __cplusplus
 }
