@@ -154,15 +154,15 @@ void lowHigh(const X* src, X* low, X* high, int len, const X* taps, int tapsLen,
 
 double logFloor(double v) { return v > std::exp(-10.0) ? std::log(v) : -10.0; }
 
-void highBand32f(const float* bands, const float* lowSpec, const float* highSpec, float* dst) {
+void highBand32f(const float* bands, const float* lowBins, const float* highBins, float* dst) {
     auto lowSum = [&](int from, int to) {
         float a = 0.0f;
-        for (int k = from; k <= to; ++k) a += lowSpec[k];
+        for (int k = from; k <= to; ++k) a += lowBins[k];
         return logFloor(a);
     };
     auto highSum = [&](int from, int to) {
         Zem32f a = 0.0f;
-        ownSum_32f(highSpec + from, to - from + 1, &a, zemAlgHintAccurate);
+        ownSum_32f(highBins + from, to - from + 1, &a, zemAlgHintAccurate);
         return logFloor(static_cast<double>(a * 0.5f));
     };
     const double l[3] = {lowSum(33, 38), lowSum(39, 48), lowSum(49, 64)};
@@ -183,17 +183,17 @@ int32_t logQ7(int32_t v) {
 
 int32_t wrap32(int64_t v) { return static_cast<int32_t>(static_cast<uint32_t>(v)); }
 
-void highBand32s(const Zem32s* bands, const Zem32s* lowSpec, const Zem32s* highSpec, Zem32s* dst, int scaleFactor) {
+void highBand32s(const Zem32s* bands, const Zem32s* lowBins, const Zem32s* highBins, Zem32s* dst, int scaleFactor) {
     auto sum = [](const Zem32s* p, int from, int to, int sf) {
         Zem32s a = 0;
         ownSum_32s_Sfs(p + from, to - from + 1, &a, sf);
         return a;
     };
-    const int32_t l[3] = {logQ7(sum(lowSpec, 33, 38, 0)), logQ7(sum(lowSpec, 39, 48, 0)), logQ7(sum(lowSpec, 49, 64, 0))};
+    const int32_t l[3] = {logQ7(sum(lowBins, 33, 38, 0)), logQ7(sum(lowBins, 39, 48, 0)), logQ7(sum(lowBins, 49, 64, 0))};
     int32_t h[3];
     const int ranges[3][2] = {{66, 76}, {78, 96}, {98, 128}};
     for (int i = 0; i < 3; ++i) {
-        const Zem32s a = sum(highSpec, ranges[i][0], ranges[i][1], 3);
+        const Zem32s a = sum(highBins, ranges[i][0], ranges[i][1], 3);
         h[i] = a > 0 ? wrap32(int64_t{logQ7(a)} + 177) : -1280;
     }
     constexpr int32_t kWeights[3] = {102, 205, 717};
