@@ -350,6 +350,7 @@ void addFrameRows(Table& t);
 void addTrainingRows(Table& t);
 void addSequenceRows(Table& t);
 void addLpRows(Table& t);
+void addRobustRows(Table& t);
 void addDtwRows(Table& t);
 
 // A finding that the sweep knows about and that is being fixed elsewhere.

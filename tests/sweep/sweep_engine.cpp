@@ -630,6 +630,7 @@ struct Registry {
         addSequenceRows(table);
         addLpRows(table);
         addDtwRows(table);
+        addRobustRows(table);
         for (const Row& r : table.rows) byName.emplace(r.name, &r);
     }
 };
