@@ -108,6 +108,33 @@ inline int64_t measureRecord(Build&& build) {
     return a.bytes();
 }
 
+namespace detail {
+// Records whose field order is fixed elsewhere (the transform states) keep their own
+// id, owned and allocation fields in place of a RecordHead; both are marked alike.
+template <class Rec>
+inline void markRecord(Rec* r, Zem32s id, Zem32s owned, void* block) {
+    if constexpr (requires { r->head; }) {
+        r->head.id = id;
+        r->head.owned = owned;
+        r->head.block = block;
+    } else {
+        r->id = id;
+        r->owned = owned;
+        r->allocation = block;
+    }
+}
+template <class Rec>
+inline void* ownedBlock(const Rec* r) {
+    if constexpr (requires { r->head; }) return r->head.owned ? r->head.block : nullptr;
+    else return r->owned ? r->allocation : nullptr;
+}
+template <class Rec>
+inline void markDead(Rec* r) {
+    if constexpr (requires { r->head; }) r->head.id = 0;
+    else r->id = 0;
+}
+}  // namespace detail
+
 // Measures, allocates one block, aligns its start to 32 bytes and builds the record in
 // it.  On success *out is the record, whose RecordHead says it owns the block.  On
 // failure nothing was allocated and *out is untouched.  build(arena) returns the record.
@@ -118,9 +145,7 @@ inline ZemStatus allocateRecord(Rec** out, Zem32s id, Build&& build) {
     if (!block) return zemStatusNoMemory;
     Arena a = Arena::forBuffer(alignUp<char>(block, kStateAlign));
     Rec* r = build(a);
-    r->head.id = id;
-    r->head.owned = 1;
-    r->head.block = block;
+    detail::markRecord(r, id, 1, block);
     *out = r;
     return zemStatusOk;
 }
@@ -130,17 +155,15 @@ template <class Rec, class Build>
 inline Rec* buildInBuffer(void* buffer, Zem32s id, Build&& build) {
     Arena a = Arena::forBuffer(buffer);
     Rec* r = build(a);
-    r->head.id = id;
-    r->head.owned = 0;
-    r->head.block = nullptr;
+    detail::markRecord(r, id, 0, nullptr);
     return r;
 }
 
 // Releases what allocateRecord took; a record in a caller's buffer is only marked dead.
 template <class Rec>
 inline void releaseRecord(Rec* r) {
-    void* block = r->head.owned ? r->head.block : nullptr;
-    r->head.id = 0;
+    void* block = detail::ownedBlock(r);
+    detail::markDead(r);
     if (block) zemFree(block);
 }
 

@@ -5,10 +5,10 @@
 #include <cstdint>
 #include <cstring>
 
-#include "frame/carve.h"
+#include "frame/check.h"
+#include "frame/record.h"
 #include "own.h"
 #include "primitives/simd.h"
-#include "zemcore.h"
 
 namespace {
 
@@ -23,10 +23,7 @@ struct ZemsDCTLifterState_32f {
     Zem32s withC0;
     Zem32f* lifter;    // lenCepstrum + 1 weights, entry 0 for the zeroth coefficient
     Zem32f** dctRows;  // lenCepstrum + 1 rows of lenDCT cosines, zero-padded to a multiple of 8
-    // 1 when the record, the weights, the row block (its pointer array first) and the
-    // work area are blocks of the allocator; 0 in a caller's buffer, where Free releases
-    // nothing.
-    Zem32s owned;
+    zem::RecordHead head;  // after the state's own fields; Free releases only an owned block
 };
 
 struct ZemsDCTLifterState_16s {
@@ -37,40 +34,52 @@ struct ZemsDCTLifterState_16s {
     Zem32f* lifter;
     Zem32f* work;  // the float results before their conversion
     Zem32f** dctRows;
-    Zem32s owned;
+    zem::RecordHead head;
 };
 
 namespace {
 
 namespace simd = zem::simd;
 
+// The 16-bit state has a work area for the float results; the float one writes to dst.
 template <class State>
-constexpr bool kIs16 = sizeof(State) != sizeof(ZemsDCTLifterState_32f);
+struct LifterTraits;
+template <>
+struct LifterTraits<ZemsDCTLifterState_32f> {
+    static constexpr bool kHasWork = false;
+    static constexpr int64_t kTail = 4;  // bytes a coefficient beyond the rows: 4K + 100
+    static constexpr int64_t kFixed = 100;
+};
+template <>
+struct LifterTraits<ZemsDCTLifterState_16s> {
+    static constexpr bool kHasWork = true;
+    static constexpr int64_t kTail = 8;  // 8K + 144
+    static constexpr int64_t kFixed = 144;
+};
 
 int64_t rowStride(int lenDCT) { return (int64_t{lenDCT} + 7) & ~int64_t{7}; }
 
-ZemStatus checkLengths(int lenDCT, int lenCepstrum) {
-    return (lenDCT < 1 || lenCepstrum < 1 || lenDCT < lenCepstrum) ? zemStatusBadSize : zemStatusOk;
+constexpr int64_t kTooBig = INT64_MAX;
+
+// 8K + 36 + 4R(K+1) + tail K + fixed bytes, or kTooBig when the rows alone pass 2^31.
+template <class State>
+int64_t stateSize(int lenDCT, int lenCepstrum) {
+    const int64_t k = lenCepstrum, rowFloats = rowStride(lenDCT) * (k + 1);
+    if (rowFloats > (int64_t{1} << 29)) return kTooBig;
+    return 8 * k + 36 + 4 * rowFloats + LifterTraits<State>::kTail * k + LifterTraits<State>::kFixed;
+}
+
+// The state of Init_MulC0_16s: 8K + 144 + (K+1)(4 lenDCT + 40).
+int64_t mulC0Size16s(int lenDCT, int lenCepstrum) {
+    const int64_t k = lenCepstrum;
+    if ((k + 1) * lenDCT > (int64_t{1} << 29)) return kTooBig;
+    return 8 * k + 144 + (k + 1) * (4 * int64_t{lenDCT} + 40);
 }
 
 ZemStatus reportSize(int64_t bytes, Zem32s* size) {
     if (bytes > INT32_MAX) return zemStatusBadSize;
     *size = static_cast<Zem32s>(bytes);
     return zemStatusOk;
-}
-
-ZemStatus sizeOf32f(int lenDCT, int lenCepstrum, Zem32s* size) {
-    if (!size) return zemStatusNullPointer;
-    if (const ZemStatus s = checkLengths(lenDCT, lenCepstrum)) return s;
-    const int64_t k = lenCepstrum;
-    return reportSize(8 * k + 36 + 4 * rowStride(lenDCT) * (k + 1) + 4 * k + 100, size);
-}
-
-ZemStatus sizeOf16s(int lenDCT, int lenCepstrum, Zem32s* size) {
-    if (!size) return zemStatusNullPointer;
-    if (const ZemStatus s = checkLengths(lenDCT, lenCepstrum)) return s;
-    const int64_t k = lenCepstrum;
-    return reportSize(8 * k + 36 + 4 * rowStride(lenDCT) * (k + 1) + 8 * k + 144, size);
 }
 
 // What the creation functions fill in besides the tables' memory.
@@ -136,71 +145,36 @@ void fillTables(State* st, int lenDCT, int lenCepstrum, const Lifter& how) {
     }
 }
 
-// Row pointers at p, the rows after them on the next 32-byte boundary.
-float** placeRows(void* p, int lenDCT, int lenCepstrum) {
-    float** rows = static_cast<float**>(p);
-    float* first = zem::alignUp<float>(rows + lenCepstrum + 1, 32);
-    const int64_t stride = rowStride(lenDCT);
-    std::memset(first, 0, sizeof(float) * static_cast<size_t>(stride * (lenCepstrum + 1)));
-    for (int i = 0; i <= lenCepstrum; ++i) rows[i] = first + i * stride;
-    return rows;
+// The record, the lifter weights, the work area of the 16-bit form, the row pointers and
+// the rows (zero-padded, the first on a 32-byte boundary), in that order; null while
+// measuring.
+template <class State>
+State* layLifter(zem::Arena& arena, int lenDCT, int lenCepstrum) {
+    const int64_t k1 = int64_t{lenCepstrum} + 1, stride = rowStride(lenDCT);
+    State* st = arena.record<State>();
+    float* lifter = arena.take<float>(k1, alignof(float));
+    float* work = LifterTraits<State>::kHasWork ? arena.take<float>(k1, alignof(float)) : nullptr;
+    float** rows = arena.take<float*>(k1, alignof(float*));
+    float* first = arena.take<float>(stride * k1);
+    if (arena.measuring()) return nullptr;
+    st->lifter = lifter;
+    if constexpr (LifterTraits<State>::kHasWork) st->work = work;
+    for (int64_t i = 0; i < k1; ++i) rows[i] = first + i * stride;
+    st->dctRows = rows;
+    return st;
 }
 
-// A state in the caller's buffer: the record at the buffer's start, then the lifter
-// weights, the work area of the 16-bit form, the row pointers and the rows.
+// A state in the caller's buffer (out null) or in one block of its own; nothing is
+// written when it fails.  Sizes that no size query can report are refused.
 template <class State>
-ZemStatus initIn(State* st, int lenDCT, int lenCepstrum, const Lifter& how) {
-    std::memset(static_cast<void*>(st), 0, sizeof(State));
-    zem::Carver carver(st + 1);
-    st->lifter = carver.take<float>(lenCepstrum + 1, alignof(float));
-    if constexpr (kIs16<State>) st->work = carver.take<float>(lenCepstrum + 1, alignof(float));
-    st->dctRows = placeRows(carver.take<float*>(lenCepstrum + 1, alignof(float*)), lenDCT, lenCepstrum);
+ZemStatus makeLifter(State* buffer, State** out, int lenDCT, int lenCepstrum, const Lifter& how) {
+    if (stateSize<State>(lenDCT, lenCepstrum) > INT32_MAX) return out ? zemStatusNoMemory : zemStatusBadSize;
+    auto lay = [&](zem::Arena& arena) { return layLifter<State>(arena, lenDCT, lenCepstrum); };
+    State* st = nullptr;
+    if (!out) st = zem::buildInBuffer<State>(buffer, 0, lay);
+    else if (zem::allocateRecord(&st, 0, lay) != zemStatusOk) return zemStatusNoMemory;
     fillTables(st, lenDCT, lenCepstrum, how);
-    return zemStatusOk;
-}
-
-// A state of its own: the record, the lifter weights, the row block (and the work area)
-// as separate blocks.  On a failure the record stays in *out and nothing is released.
-template <class State>
-ZemStatus initAlloc(State** out, int lenDCT, int lenCepstrum, const Lifter& how) {
-    const int64_t k1 = int64_t{lenCepstrum} + 1;
-    State* st = static_cast<State*>(zemMalloc(static_cast<int64_t>(sizeof(State))));
-    if (!st) return zemStatusNoMemory;
-    std::memset(static_cast<void*>(st), 0, sizeof(State));
-    st->owned = 1;
-    *out = st;
-    st->lifter = static_cast<float*>(zemMalloc(4 * k1));
-    if (!st->lifter) return zemStatusNoMemory;
-    void* rows = zemMalloc(8 * k1 + 31 + 4 * rowStride(lenDCT) * k1);
-    if (!rows) return zemStatusNoMemory;
-    st->dctRows = placeRows(rows, lenDCT, lenCepstrum);
-    if constexpr (kIs16<State>) {
-        st->work = static_cast<float*>(zemMalloc(4 * k1));
-        if (!st->work) return zemStatusNoMemory;
-    }
-    fillTables(st, lenDCT, lenCepstrum, how);
-    return zemStatusOk;
-}
-
-template <class State>
-ZemStatus create(State* st, State** out, int lenDCT, int lenCepstrum, const Lifter& how) {
-    const bool needsTable = how.kind == Lifter::kMul || how.kind == Lifter::kMulC0;
-    if (!st && !out) return zemStatusNullPointer;
-    if (needsTable && !how.table && !how.table32s) return zemStatusNullPointer;
-    if (const ZemStatus s = checkLengths(lenDCT, lenCepstrum)) return s;
-    if (!needsTable && how.nLifter < 1) return zemStatusBadSize;
-    if (out) return initAlloc(out, lenDCT, lenCepstrum, how);
-    return initIn(st, lenDCT, lenCepstrum, how);
-}
-
-template <class State>
-ZemStatus release(State* st) {
-    if (!st) return zemStatusNullPointer;
-    if (!st->owned) return zemStatusOk;
-    zemFree(st->dctRows);
-    zemFree(st->lifter);
-    if constexpr (kIs16<State>) zemFree(st->work);
-    zemFree(st);
+    if (out) *out = st;
     return zemStatusOk;
 }
 
@@ -251,8 +225,7 @@ int outputCount(int lenCepstrum, int withC0) { return lenCepstrum + (withC0 ? 1 
 // multiples of 8 columns, so the rows stay aligned), each chunk's sums added in the work
 // area, then weighted and converted.
 template <class T>
-ZemStatus liftInteger(const T* src, Zem16s* dst, const ZemsDCTLifterState_16s* st, int scaleFactor) {
-    if (!st || !src || !dst) return zemStatusNullPointer;
+void liftInteger(const T* src, Zem16s* dst, const ZemsDCTLifterState_16s* st, int scaleFactor) {
     const int count = outputCount(st->lenCepstrum, st->withC0);
     constexpr int kChunk = 512;
     alignas(32) float x[kChunk];
@@ -264,110 +237,236 @@ ZemStatus liftInteger(const T* src, Zem16s* dst, const ZemsDCTLifterState_16s* s
     }
     for (int p = 0; p < count; ++p) work[p] = st->lifter[p < st->lenCepstrum ? p + 1 : 0] * work[p];
     ownConvert_32f16s_Sfs(work, dst, count, 1, scaleFactor);
-    return zemStatusOk;
+}
+
+void liftFloat(const float* src, float* dst, const ZemsDCTLifterState_32f* st) {
+    const int count = outputCount(st->lenCepstrum, st->withC0);
+    rowSums(src, st->lenDCT, st->dctRows, 0, st->lenCepstrum, count, dst, false);
+    const float* w = st->lifter;
+    for (int p = 0; p < count; ++p) dst[p] = w[p < st->lenCepstrum ? p + 1 : 0] * dst[p];
+}
+
+// The Init form of MulC0_16s takes an integer table, each entry converted to float.
+Lifter integerTable(const Zem32s* table) {
+    Lifter how{Lifter::kMulC0};
+    how.table32s = table;
+    return how;
 }
 
 }  // namespace
 
 extern "C" {
 
-#define ZEM_DCT_SIZES(T, sizeFn)                                                                                     \
-    ZEMSR_API ZemStatus zemsDCTLifterGetSize_##T(int lenDCT, int lenCepstrum, Zem32s* size) {                        \
-        return sizeFn(lenDCT, lenCepstrum, size);                                                                    \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsDCTLifterGetSize_C0_##T(int lenDCT, int lenCepstrum, Zem32s* size) {                     \
-        return sizeFn(lenDCT, lenCepstrum, size);                                                                    \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsDCTLifterGetSize_Mul_##T(int lenDCT, int lenCepstrum, Zem32s* size) {                    \
-        return sizeFn(lenDCT, lenCepstrum, size);                                                                    \
-    }
+// ---- Sizes: one formula per state type, and its own for the state of Init_MulC0_16s ----------
 
-ZEM_DCT_SIZES(32f, sizeOf32f)
-ZEM_DCT_SIZES(16s, sizeOf16s)
+ZEMSR_API ZemStatus zemsDCTLifterGetSize_32f(int lenDCT, int lenCepstrum, Zem32s* size) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(size), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return reportSize(stateSize<ZemsDCTLifterState_32f>(lenDCT, lenCepstrum), size);
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterGetSize_C0_32f(int lenDCT, int lenCepstrum, Zem32s* size) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(size), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return reportSize(stateSize<ZemsDCTLifterState_32f>(lenDCT, lenCepstrum), size);
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterGetSize_Mul_32f(int lenDCT, int lenCepstrum, Zem32s* size) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(size), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return reportSize(stateSize<ZemsDCTLifterState_32f>(lenDCT, lenCepstrum), size);
+}
 
 ZEMSR_API ZemStatus zemsDCTLifterGetSize_MulC0_32f(int lenDCT, int lenCepstrum, Zem32s* size) {
-    return sizeOf32f(lenDCT, lenCepstrum, size);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(size), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return reportSize(stateSize<ZemsDCTLifterState_32f>(lenDCT, lenCepstrum), size);
 }
 
+ZEMSR_API ZemStatus zemsDCTLifterGetSize_16s(int lenDCT, int lenCepstrum, Zem32s* size) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(size), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return reportSize(stateSize<ZemsDCTLifterState_16s>(lenDCT, lenCepstrum), size);
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterGetSize_C0_16s(int lenDCT, int lenCepstrum, Zem32s* size) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(size), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return reportSize(stateSize<ZemsDCTLifterState_16s>(lenDCT, lenCepstrum), size);
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterGetSize_Mul_16s(int lenDCT, int lenCepstrum, Zem32s* size) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(size), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return reportSize(stateSize<ZemsDCTLifterState_16s>(lenDCT, lenCepstrum), size);
+}
+
+// lenDCT of 8193 and more is refused here only; the Init form does not repeat the limit.
 ZEMSR_API ZemStatus zemsDCTLifterGetSize_MulC0_16s(int lenDCT, int lenCepstrum, Zem32s* size) {
-    if (!size) return zemStatusNullPointer;
-    if (const ZemStatus s = checkLengths(lenDCT, lenCepstrum)) return s;
-    if (lenDCT >= 8193) return zemStatusBadSize;
-    const int64_t k = lenCepstrum;
-    return reportSize(8 * k + 144 + (k + 1) * (4 * int64_t{lenDCT} + 40), size);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(size), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize),
+                                              zem::ensure(lenDCT < 8193, zemStatusBadSize)))
+        return s;
+    return reportSize(mulC0Size16s(lenDCT, lenCepstrum), size);
 }
 
-#define ZEM_DCT_CREATE(T)                                                                                            \
-    ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_##T(ZemsDCTLifterState_##T** state, int lenDCT, int lenCepstrum,      \
-                                                   int nLifter, Zem32f val) {                                        \
-        return create<ZemsDCTLifterState_##T>(nullptr, state, lenDCT, lenCepstrum,                                   \
-                                              Lifter::computed(Lifter::kPlain, nLifter, val));                       \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsDCTLifterInit_##T(ZemsDCTLifterState_##T* state, int lenDCT, int lenCepstrum,            \
-                                              int nLifter, Zem32f val) {                                             \
-        return create<ZemsDCTLifterState_##T>(state, nullptr, lenDCT, lenCepstrum,                                   \
-                                              Lifter::computed(Lifter::kPlain, nLifter, val));                       \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_C0_##T(ZemsDCTLifterState_##T** state, int lenDCT, int lenCepstrum,   \
-                                                      int nLifter, Zem32f val, Zem32f val0) {                        \
-        return create<ZemsDCTLifterState_##T>(nullptr, state, lenDCT, lenCepstrum,                                   \
-                                              Lifter::computed(Lifter::kC0, nLifter, val, val0));                    \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsDCTLifterInit_C0_##T(ZemsDCTLifterState_##T* state, int lenDCT, int lenCepstrum,         \
-                                                 int nLifter, Zem32f val, Zem32f val0) {                             \
-        return create<ZemsDCTLifterState_##T>(state, nullptr, lenDCT, lenCepstrum,                                   \
-                                              Lifter::computed(Lifter::kC0, nLifter, val, val0));                    \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_Mul_##T(ZemsDCTLifterState_##T** state, int lenDCT,                   \
-                                                       const Zem32f* lifterTable, int lenCepstrum) {                 \
-        return create<ZemsDCTLifterState_##T>(nullptr, state, lenDCT, lenCepstrum,                                   \
-                                              Lifter::given(Lifter::kMul, lifterTable));                             \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsDCTLifterInit_Mul_##T(ZemsDCTLifterState_##T* state, int lenDCT,                         \
-                                                  const Zem32f* lifterTable, int lenCepstrum) {                      \
-        return create<ZemsDCTLifterState_##T>(state, nullptr, lenDCT, lenCepstrum,                                   \
-                                              Lifter::given(Lifter::kMul, lifterTable));                             \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_MulC0_##T(ZemsDCTLifterState_##T** state, int lenDCT,                 \
-                                                         const Zem32f* lifterTable, int lenCepstrum) {               \
-        return create<ZemsDCTLifterState_##T>(nullptr, state, lenDCT, lenCepstrum,                                   \
-                                              Lifter::given(Lifter::kMulC0, lifterTable));                           \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsDCTLifterFree_##T(ZemsDCTLifterState_##T* state) { return release(state); }
+// ---- Creation --------------------------------------------------------------------------------------
 
-ZEM_DCT_CREATE(32f)
-ZEM_DCT_CREATE(16s)
-
-ZEMSR_API ZemStatus zemsDCTLifterInit_MulC0_32f(ZemsDCTLifterState_32f* state, int lenDCT, const Zem32f* lifterTable,
-                                                int lenCepstrum) {
-    return create<ZemsDCTLifterState_32f>(state, nullptr, lenDCT, lenCepstrum,
-                                          Lifter::given(Lifter::kMulC0, lifterTable));
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_32f(ZemsDCTLifterState_32f** state, int lenDCT, int lenCepstrum, int nLifter, Zem32f val) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state), zem::atLeastOne(lenDCT, lenCepstrum, nLifter),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_32f>(nullptr, state, lenDCT, lenCepstrum, Lifter::computed(Lifter::kPlain, nLifter, val));
 }
 
-ZEMSR_API ZemStatus zemsDCTLifterInit_MulC0_16s(ZemsDCTLifterState_16s* state, int lenDCT, const Zem32s* lifterTable,
-                                                int lenCepstrum) {
-    Lifter how{Lifter::kMulC0};
-    how.table32s = lifterTable;
-    return create<ZemsDCTLifterState_16s>(state, nullptr, lenDCT, lenCepstrum, how);
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_C0_32f(ZemsDCTLifterState_32f** state, int lenDCT, int lenCepstrum, int nLifter, Zem32f val,
+                                              Zem32f val0) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state), zem::atLeastOne(lenDCT, lenCepstrum, nLifter),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_32f>(nullptr, state, lenDCT, lenCepstrum, Lifter::computed(Lifter::kC0, nLifter, val, val0));
 }
+
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_Mul_32f(ZemsDCTLifterState_32f** state, int lenDCT, const Zem32f* lifterTable, int lenCepstrum) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, lifterTable), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_32f>(nullptr, state, lenDCT, lenCepstrum, Lifter::given(Lifter::kMul, lifterTable));
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_MulC0_32f(ZemsDCTLifterState_32f** state, int lenDCT, const Zem32f* lifterTable, int lenCepstrum) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, lifterTable), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_32f>(nullptr, state, lenDCT, lenCepstrum, Lifter::given(Lifter::kMulC0, lifterTable));
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterInit_32f(ZemsDCTLifterState_32f* state, int lenDCT, int lenCepstrum, int nLifter, Zem32f val) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state), zem::atLeastOne(lenDCT, lenCepstrum, nLifter),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_32f>(state, nullptr, lenDCT, lenCepstrum, Lifter::computed(Lifter::kPlain, nLifter, val));
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterInit_C0_32f(ZemsDCTLifterState_32f* state, int lenDCT, int lenCepstrum, int nLifter, Zem32f val,
+                                              Zem32f val0) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state), zem::atLeastOne(lenDCT, lenCepstrum, nLifter),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_32f>(state, nullptr, lenDCT, lenCepstrum, Lifter::computed(Lifter::kC0, nLifter, val, val0));
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterInit_Mul_32f(ZemsDCTLifterState_32f* state, int lenDCT, const Zem32f* lifterTable, int lenCepstrum) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, lifterTable), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_32f>(state, nullptr, lenDCT, lenCepstrum, Lifter::given(Lifter::kMul, lifterTable));
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterInit_MulC0_32f(ZemsDCTLifterState_32f* state, int lenDCT, const Zem32f* lifterTable, int lenCepstrum) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, lifterTable), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_32f>(state, nullptr, lenDCT, lenCepstrum, Lifter::given(Lifter::kMulC0, lifterTable));
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterFree_32f(ZemsDCTLifterState_32f* state) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state))) return s;
+    zem::releaseRecord(state);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_16s(ZemsDCTLifterState_16s** state, int lenDCT, int lenCepstrum, int nLifter, Zem32f val) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state), zem::atLeastOne(lenDCT, lenCepstrum, nLifter),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_16s>(nullptr, state, lenDCT, lenCepstrum, Lifter::computed(Lifter::kPlain, nLifter, val));
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_C0_16s(ZemsDCTLifterState_16s** state, int lenDCT, int lenCepstrum, int nLifter, Zem32f val,
+                                              Zem32f val0) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state), zem::atLeastOne(lenDCT, lenCepstrum, nLifter),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_16s>(nullptr, state, lenDCT, lenCepstrum, Lifter::computed(Lifter::kC0, nLifter, val, val0));
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_Mul_16s(ZemsDCTLifterState_16s** state, int lenDCT, const Zem32f* lifterTable, int lenCepstrum) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, lifterTable), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_16s>(nullptr, state, lenDCT, lenCepstrum, Lifter::given(Lifter::kMul, lifterTable));
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterInitAlloc_MulC0_16s(ZemsDCTLifterState_16s** state, int lenDCT, const Zem32f* lifterTable, int lenCepstrum) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, lifterTable), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_16s>(nullptr, state, lenDCT, lenCepstrum, Lifter::given(Lifter::kMulC0, lifterTable));
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterInit_16s(ZemsDCTLifterState_16s* state, int lenDCT, int lenCepstrum, int nLifter, Zem32f val) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state), zem::atLeastOne(lenDCT, lenCepstrum, nLifter),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_16s>(state, nullptr, lenDCT, lenCepstrum, Lifter::computed(Lifter::kPlain, nLifter, val));
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterInit_C0_16s(ZemsDCTLifterState_16s* state, int lenDCT, int lenCepstrum, int nLifter, Zem32f val,
+                                              Zem32f val0) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state), zem::atLeastOne(lenDCT, lenCepstrum, nLifter),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_16s>(state, nullptr, lenDCT, lenCepstrum, Lifter::computed(Lifter::kC0, nLifter, val, val0));
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterInit_Mul_16s(ZemsDCTLifterState_16s* state, int lenDCT, const Zem32f* lifterTable, int lenCepstrum) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, lifterTable), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_16s>(state, nullptr, lenDCT, lenCepstrum, Lifter::given(Lifter::kMul, lifterTable));
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterInit_MulC0_16s(ZemsDCTLifterState_16s* state, int lenDCT, const Zem32s* lifterTable, int lenCepstrum) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, lifterTable), zem::atLeastOne(lenDCT, lenCepstrum),
+                                              zem::ensure(lenCepstrum <= lenDCT, zemStatusBadSize)))
+        return s;
+    return makeLifter<ZemsDCTLifterState_16s>(state, nullptr, lenDCT, lenCepstrum, integerTable(lifterTable));
+}
+
+ZEMSR_API ZemStatus zemsDCTLifterFree_16s(ZemsDCTLifterState_16s* state) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state))) return s;
+    zem::releaseRecord(state);
+    return zemStatusOk;
+}
+
+// ---- Evaluation -------------------------------------------------------------------------------------
 
 ZEMSR_API ZemStatus zemsDCTLifter_32f(const Zem32f* src, Zem32f* dst, const ZemsDCTLifterState_32f* state) {
-    if (!state || !src || !dst) return zemStatusNullPointer;
-    const int count = outputCount(state->lenCepstrum, state->withC0);
-    rowSums(src, state->lenDCT, state->dctRows, 0, state->lenCepstrum, count, dst, false);
-    const float* w = state->lifter;
-    for (int p = 0; p < count; ++p) dst[p] = w[p < state->lenCepstrum ? p + 1 : 0] * dst[p];
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, src, dst))) return s;
+    liftFloat(src, dst, state);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsDCTLifter_16s_Sfs(const Zem16s* src, Zem16s* dst, const ZemsDCTLifterState_16s* state,
                                           int scaleFactor) {
-    return liftInteger(src, dst, state, scaleFactor);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, src, dst))) return s;
+    liftInteger(src, dst, state, scaleFactor);
+    return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsDCTLifter_32s16s_Sfs(const Zem32s* src, Zem16s* dst, const ZemsDCTLifterState_16s* state,
                                              int scaleFactor) {
-    return liftInteger(src, dst, state, scaleFactor);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, src, dst))) return s;
+    liftInteger(src, dst, state, scaleFactor);
+    return zemStatusOk;
 }
 
 }  // extern "C"

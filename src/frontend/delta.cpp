@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "frame/check.h"
 #include "frame/scale.h"
 #include "primitives/simd.h"
 #include "zemsr.h"
@@ -22,7 +23,7 @@ namespace simd = zem::simd;
 // left when negative, in 32 bits.
 inline int32_t scaleShift(int32_t v, int scaleFactor) {
     if (scaleFactor > 0) return v >> (scaleFactor & 31);
-    if (scaleFactor < 0) return static_cast<int32_t>(static_cast<uint32_t>(v) << ((-scaleFactor) & 31));
+    if (scaleFactor < 0) return static_cast<int32_t>(static_cast<uint32_t>(v) << ((0u - static_cast<uint32_t>(scaleFactor)) & 31));
     return v;
 }
 
@@ -135,26 +136,20 @@ void stream(const typename Family::Src* src, typename Family::T* dst, int64_t st
     }
 }
 
-// The checks of the streaming family, in their order.
-// parts: the row's parts of width elements each (2 or 3).
-ZemStatus checkStream(bool anyNull, int width, int height, int flags, int dstStep, int parts, int h) {
-    if (anyNull) return zemStatusNullPointer;
-    if (width < 1 || height < 0) return zemStatusBadSize;
-    if (height == 0 && !(flags & zemDeltaLastBlock)) return zemStatusBadSize;
-    if (dstStep < int64_t{parts} * width) return zemStatusBadStride;
-    if ((flags & zemDeltaFirstBlock) && height < h) return zemStatusBadSize;
-    return zemStatusOk;
-}
-
-// An export of the streaming family: its checks, with the row parts and history depth of
-// the family, then the stream.
+// The checks of the streaming family after its null test, in order: sizes (the nine-tap
+// forms pass their fixed width of 13), an empty block that does not end the utterance,
+// the stride for the row's two or three parts, and a first block shorter than the
+// history depth.
 template <class Family>
-ZemStatus runStream(bool anyNull, int width, const typename Family::Src* src, typename Family::T* dst, int dstStep,
-                    int height, int flags, const Family& fam) {
+auto streamShape(int width, int height, int flags, int dstStep) {
     constexpr Geometry g = Family::kGeometry;
-    if (const ZemStatus s = checkStream(anyNull, width, height, flags, dstStep, g.hasE ? 3 : 2, g.h)) return s;
-    stream(src, dst, dstStep, height, flags, fam);
-    return zemStatusOk;
+    return zem::checkedBy([=] {
+        return zem::firstFailure(zem::atLeastOne(width),
+                                 zem::ensure(height >= 0, zemStatusBadSize),
+                                 zem::ensure(height > 0 || (flags & zemDeltaLastBlock) != 0, zemStatusBadSize),
+                                 zem::ensure(dstStep >= int64_t{g.hasE ? 3 : 2} * width, zemStatusBadStride),
+                                 zem::ensure(!(flags & zemDeltaFirstBlock) || height >= g.h, zemStatusBadSize));
+    });
 }
 
 // ---- Float Win families ----------------------------------------------------------------------------
@@ -376,11 +371,13 @@ inline BatchRows batchRows(int64_t t, int k, int64_t height, int win) {
     return {t + k, t - k};
 }
 
-ZemStatus checkBatch(bool anyNull, int height, int step, int width, int offset, int winSize) {
-    if (anyNull) return zemStatusNullPointer;
-    if (height < 1 || width < 1 || winSize < 1 || offset < 0 || height < 2 * int64_t{winSize}) return zemStatusBadSize;
-    if (step < int64_t{offset} + 2 * int64_t{width}) return zemStatusBadStride;
-    return zemStatusOk;
+// The checks of the batch family after its null test, in order.
+inline auto batchShape(int height, int step, int width, int offset, int winSize) {
+    return zem::checkedBy([=] {
+        return zem::firstFailure(zem::atLeastOne(height, width, winSize),
+                                 zem::ensure(offset >= 0 && height >= 2 * int64_t{winSize}, zemStatusBadSize),
+                                 zem::ensure(step >= int64_t{offset} + 2 * int64_t{width}, zemStatusBadStride));
+    });
 }
 
 // sum over k = 1 .. W of k (X+ - X-), in that order, times val or mul[j]; eight columns a step.
@@ -430,121 +427,220 @@ extern "C" {
 
 // ---- Win exports ---------------------------------------------------------------------------------
 
-ZEMSR_API ZemStatus zemsDelta_Win1_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
-                                          Zem32f val, int flags) {
-    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
-                     WinFloat<kDeltaWin1, false>{width, val, 0.0f, nullptr});
+ZEMSR_API ZemStatus zemsDelta_Win1_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height, Zem32f val,
+                                              int flags) {
+    using Family = WinFloat<kDeltaWin1, false>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, val, 0.0f, nullptr});
+    return zemStatusOk;
 }
 
-ZEMSR_API ZemStatus zemsDelta_Win2_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
-                                          Zem32f val, int flags) {
-    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
-                     WinFloat<kDeltaWin2, false>{width, val, 0.0f, nullptr});
+ZEMSR_API ZemStatus zemsDelta_Win2_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height, Zem32f val,
+                                              int flags) {
+    using Family = WinFloat<kDeltaWin2, false>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, val, 0.0f, nullptr});
+    return zemStatusOk;
 }
 
-ZEMSR_API ZemStatus zemsDeltaDelta_Win1_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
-                                               Zem32f valD, Zem32f valDD, int flags) {
-    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
-                     WinFloat<kDeltaDeltaWin1, false>{width, valD, valDD, nullptr});
+ZEMSR_API ZemStatus zemsDeltaDelta_Win1_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height, Zem32f valD, Zem32f valDD,
+                                                   int flags) {
+    using Family = WinFloat<kDeltaDeltaWin1, false>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, valD, valDD, nullptr});
+    return zemStatusOk;
 }
 
-ZEMSR_API ZemStatus zemsDeltaDelta_Win2_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height,
-                                               Zem32f valD, Zem32f valDD, int flags) {
-    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
-                     WinFloat<kDeltaDeltaWin2, false>{width, valD, valDD, nullptr});
+ZEMSR_API ZemStatus zemsDeltaDelta_Win2_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height, Zem32f valD, Zem32f valDD,
+                                                   int flags) {
+    using Family = WinFloat<kDeltaDeltaWin2, false>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, valD, valDD, nullptr});
+    return zemStatusOk;
 }
 
 // Differences in 32 bits here.
-ZEMSR_API ZemStatus zemsDelta_Win1_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
-                                             Zem16s val, int flags, int scaleFactor) {
-    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
-                     WinInt<kDeltaWin1, false, false>{width, val, 0, nullptr, scaleFactor});
+ZEMSR_API ZemStatus zemsDelta_Win1_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height, Zem16s val,
+                                                 int flags, int scaleFactor) {
+    using Family = WinInt<kDeltaWin1, false, false>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, val, 0, nullptr, scaleFactor});
+    return zemStatusOk;
 }
 
-ZEMSR_API ZemStatus zemsDelta_Win2_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
-                                             Zem16s val, int flags, int scaleFactor) {
-    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
-                     WinInt<kDeltaWin2, false, false>{width, val, 0, nullptr, scaleFactor});
+ZEMSR_API ZemStatus zemsDelta_Win2_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height, Zem16s val,
+                                                 int flags, int scaleFactor) {
+    using Family = WinInt<kDeltaWin2, false, false>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, val, 0, nullptr, scaleFactor});
+    return zemStatusOk;
 }
 
-ZEMSR_API ZemStatus zemsDeltaDelta_Win1_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
-                                                  Zem16s valD, Zem16s valDD, int flags, int scaleFactor) {
-    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
-                     WinInt<kDeltaDeltaWin1, false, false>{width, valD, valDD, nullptr, scaleFactor});
+ZEMSR_API ZemStatus zemsDeltaDelta_Win1_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height, Zem16s valD, Zem16s valDD,
+                                                      int flags, int scaleFactor) {
+    using Family = WinInt<kDeltaDeltaWin1, false, false>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, valD, valDD, nullptr, scaleFactor});
+    return zemStatusOk;
 }
 
 // Differences wrapped to 16 bits here, as in all the integer Mul forms.
-ZEMSR_API ZemStatus zemsDeltaDelta_Win2_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height,
-                                                  Zem16s valD, Zem16s valDD, int flags, int scaleFactor) {
-    return runStream(!src || !dst, width, src, dst, dstStep, height, flags,
-                     WinInt<kDeltaDeltaWin2, false, true>{width, valD, valDD, nullptr, scaleFactor});
+ZEMSR_API ZemStatus zemsDeltaDelta_Win2_16s_D2Sfs(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height, Zem16s valD, Zem16s valDD,
+                                                      int flags, int scaleFactor) {
+    using Family = WinInt<kDeltaDeltaWin2, false, true>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, valD, valDD, nullptr, scaleFactor});
+    return zemStatusOk;
 }
 
-#define ZEM_DELTA_MUL(name, geometry)                                                                                \
-    ZEMSR_API ZemStatus name##_32f_D2(const Zem32f* src, const Zem32f* mulTable, int width, Zem32f* dst,           \
-                                      int dstStep, int height, int flags) {                                         \
-        return runStream(!src || !dst || !mulTable, width, src, dst, dstStep, height, flags,                        \
-                         WinFloat<geometry, true>{width, 0.0f, 0.0f, mulTable});                                    \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus name##_16s_D2Sfs(const Zem16s* src, const Zem16s* mulTable, int width, Zem16s* dst,        \
-                                         int dstStep, int height, int flags, int scaleFactor) {                     \
-        return runStream(!src || !dst || !mulTable, width, src, dst, dstStep, height, flags,                        \
-                         WinInt<geometry, true, true>{width, 0, 0, mulTable, scaleFactor});                         \
-    }
+ZEMSR_API ZemStatus zemsDeltaMul_Win1_32f_D2(const Zem32f* src, const Zem32f* mulTable, int width, Zem32f* dst, int dstStep,
+                                                 int height, int flags) {
+    using Family = WinFloat<kDeltaWin1, true>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst, mulTable), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, 0.0f, 0.0f, mulTable});
+    return zemStatusOk;
+}
 
-ZEM_DELTA_MUL(zemsDeltaMul_Win1, kDeltaWin1)
-ZEM_DELTA_MUL(zemsDeltaMul_Win2, kDeltaWin2)
-ZEM_DELTA_MUL(zemsDeltaDeltaMul_Win1, kDeltaDeltaWin1)
-ZEM_DELTA_MUL(zemsDeltaDeltaMul_Win2, kDeltaDeltaWin2)
+ZEMSR_API ZemStatus zemsDeltaMul_Win1_16s_D2Sfs(const Zem16s* src, const Zem16s* mulTable, int width, Zem16s* dst, int dstStep,
+                                                    int height, int flags, int scaleFactor) {
+    using Family = WinInt<kDeltaWin1, true, true>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst, mulTable), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, 0, 0, mulTable, scaleFactor});
+    return zemStatusOk;
+}
 
-// ---- Nine-tap exports -----------------------------------------------------------------------------
+ZEMSR_API ZemStatus zemsDeltaMul_Win2_32f_D2(const Zem32f* src, const Zem32f* mulTable, int width, Zem32f* dst, int dstStep,
+                                                 int height, int flags) {
+    using Family = WinFloat<kDeltaWin2, true>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst, mulTable), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, 0.0f, 0.0f, mulTable});
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsDeltaMul_Win2_16s_D2Sfs(const Zem16s* src, const Zem16s* mulTable, int width, Zem16s* dst, int dstStep,
+                                                    int height, int flags, int scaleFactor) {
+    using Family = WinInt<kDeltaWin2, true, true>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst, mulTable), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, 0, 0, mulTable, scaleFactor});
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsDeltaDeltaMul_Win1_32f_D2(const Zem32f* src, const Zem32f* mulTable, int width, Zem32f* dst, int dstStep,
+                                                      int height, int flags) {
+    using Family = WinFloat<kDeltaDeltaWin1, true>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst, mulTable), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, 0.0f, 0.0f, mulTable});
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsDeltaDeltaMul_Win1_16s_D2Sfs(const Zem16s* src, const Zem16s* mulTable, int width, Zem16s* dst, int dstStep,
+                                                         int height, int flags, int scaleFactor) {
+    using Family = WinInt<kDeltaDeltaWin1, true, true>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst, mulTable), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, 0, 0, mulTable, scaleFactor});
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsDeltaDeltaMul_Win2_32f_D2(const Zem32f* src, const Zem32f* mulTable, int width, Zem32f* dst, int dstStep,
+                                                      int height, int flags) {
+    using Family = WinFloat<kDeltaDeltaWin2, true>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst, mulTable), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, 0.0f, 0.0f, mulTable});
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsDeltaDeltaMul_Win2_16s_D2Sfs(const Zem16s* src, const Zem16s* mulTable, int width, Zem16s* dst, int dstStep,
+                                                         int height, int flags, int scaleFactor) {
+    using Family = WinInt<kDeltaDeltaWin2, true, true>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst, mulTable), streamShape<Family>(width, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{width, 0, 0, mulTable, scaleFactor});
+    return zemStatusOk;
+}
+
+// ---- Nine-tap exports: a fixed width of 13 ----------------------------------------------------------
 
 ZEMSR_API ZemStatus zemsDeltaDelta_Aurora_32f_D2(const Zem32f* src, Zem32f* dst, int dstStep, int height, int flags) {
-    return runStream(!src || !dst, 13, src, dst, dstStep, height, flags, AuroraFloat<false>{nullptr});
+    using Family = AuroraFloat<false>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), streamShape<Family>(13, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{nullptr});
+    return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsDeltaDeltaMul_Aurora_32f_D2(const Zem32f* src, const Zem32f* mulTable, Zem32f* dst,
                                                     int dstStep, int height, int flags) {
-    return runStream(!src || !dst || !mulTable, 13, src, dst, dstStep, height, flags, AuroraFloat<true>{mulTable});
+    using Family = AuroraFloat<true>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst, mulTable), streamShape<Family>(13, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{mulTable});
+    return zemStatusOk;
 }
 
+// The shift count of the nine-tap integer forms is the low five bits of scaleFactor.
 ZEMSR_API ZemStatus zemsDeltaDelta_Aurora_16s_D2Sfs(const Zem16s* src, Zem16s* dst, int dstStep, int height, int flags,
                                                     int scaleFactor) {
-    return runStream(!src || !dst, 13, src, dst, dstStep, height, flags, AuroraInt<false>{nullptr, scaleFactor & 31});
+    using Family = AuroraInt<false>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), streamShape<Family>(13, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{nullptr, scaleFactor & 31});
+    return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsDeltaDeltaMul_Aurora_16s_D2Sfs(const Zem16s* src, const Zem16s* mulTable, Zem16s* dst,
                                                        int dstStep, int height, int flags, int scaleFactor) {
-    return runStream(!src || !dst || !mulTable, 13, src, dst, dstStep, height, flags,
-                     AuroraInt<true>{mulTable, scaleFactor & 31});
+    using Family = AuroraInt<true>;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst, mulTable), streamShape<Family>(13, height, flags, dstStep)))
+        return s;
+    stream(src, dst, dstStep, height, flags, Family{mulTable, scaleFactor & 31});
+    return zemStatusOk;
 }
 
 // ---- Batch exports --------------------------------------------------------------------------------
 
 ZEMSR_API ZemStatus zemsEvalDelta_32f_D2(Zem32f* srcDst, int height, int step, int width, int offset, int winSize,
                                          Zem32f val) {
-    if (const ZemStatus s = checkBatch(!srcDst, height, step, width, offset, winSize)) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(srcDst), batchShape(height, step, width, offset, winSize)))
+        return s;
     batchFloat<false>(srcDst, height, step, nullptr, val, width, offset, winSize);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsEvalDeltaMul_32f_D2(Zem32f* srcDst, int height, int step, const Zem32f* mulTable, int width,
                                             int offset, int winSize) {
-    if (const ZemStatus s = checkBatch(!srcDst || !mulTable, height, step, width, offset, winSize)) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(srcDst, mulTable), batchShape(height, step, width, offset, winSize)))
+        return s;
     batchFloat<true>(srcDst, height, step, mulTable, 0.0f, width, offset, winSize);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsEvalDelta_16s_D2Sfs(Zem16s* srcDst, int height, int step, int width, int offset, int winSize,
                                             Zem16s val, int scaleFactor) {
-    if (const ZemStatus s = checkBatch(!srcDst, height, step, width, offset, winSize)) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(srcDst), batchShape(height, step, width, offset, winSize)))
+        return s;
     batchInt<false>(srcDst, height, step, nullptr, val, width, offset, winSize, scaleFactor);
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsEvalDeltaMul_16s_D2Sfs(Zem16s* srcDst, int height, int step, const Zem16s* mulTable, int width,
                                                int offset, int winSize, int scaleFactor) {
-    if (const ZemStatus s = checkBatch(!srcDst || !mulTable, height, step, width, offset, winSize)) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(srcDst, mulTable), batchShape(height, step, width, offset, winSize)))
+        return s;
     batchInt<true>(srcDst, height, step, mulTable, 0, width, offset, winSize, scaleFactor);
     return zemStatusOk;
 }

@@ -7,17 +7,15 @@
 #include <type_traits>
 
 #include "fbank.h"
-#include "frame/carve.h"
+#include "frame/check.h"
+#include "frame/record.h"
 #include "own.h"
-#include "primitives/simd.h"
-#include "zemcore.h"
 
 using namespace zem::fbank;
-namespace simd = zem::simd;
 
 namespace {
 
-// The transform length of a frame: the smallest order of at least 1 with 2^order >= frameLen.
+// The transform order of a frame: the smallest order of at least 1 with 2^order >= frameLen.
 int orderFor(int frameLen) {
     int order = 1;
     while ((int64_t{1} << order) < frameLen) ++order;
@@ -28,133 +26,67 @@ bool modeAllowed(int mode) { return mode == 1 || mode == 2 || mode == 5 || mode 
 
 int64_t rowsBytes(int64_t a, int64_t b) { return a * ((b + 7) & ~int64_t{7}) * 4 + a * 8 + 28; }
 
-template <class State>
-constexpr bool kIs16 = sizeof(State) != sizeof(ZemsFBankState_32f);
+constexpr int64_t kTooBig = INT64_MAX;
 
-// The size formula of a mel bank's record and arrays, with the transform's sizes for
-// mode bit 4.
+// The size formula of a mel bank's record and arrays, with the transform's sizes for mode
+// bit 4, in 64 bits; kTooBig when the rows alone pass 2^31 bytes or the transform has no
+// state of that order.
 template <class State>
-int64_t bankSize(int frameLen, int nFilter, int mode) {
-    const int order = orderFor(frameLen);
+int64_t bankSize(int order, int nFilter, int mode) {
     const int64_t n = int64_t{1} << order;
-    int64_t base = kIs16<State> ? 112 : 104;
+    const int64_t rows = int64_t{nFilter} + 2;
+    if (rows * (n / 2) > (int64_t{1} << 29)) return kTooBig;
+    int64_t base = BankTraits<State>::kRecordBase;
     if (mode & 4) {
         Zem32s st = 0, in = 0, bf = 0;
-        if constexpr (kIs16<State>) ownFFTGetSize_R_16s(order, 8, 2, &st, &in, &bf);
-        else ownFFTGetSize_R_32f(order, 8, 2, &st, &in, &bf);
+        if (BankTraits<State>::transformSizes(order, &st, &in, &bf) != zemStatusOk) return kTooBig;
         base += int64_t{st} + in + bf + 96 + 8 * n + 64;
     }
-    return rowsBytes(nFilter + 2, n / 2 + 3) + rowsBytes(nFilter + 2, n / 2) + 3 * int64_t{nFilter} * 4 + base + 188;
+    return rowsBytes(rows, n / 2 + 3) + rowsBytes(rows, n / 2) + 3 * int64_t{nFilter} * 4 + base + 188;
 }
 
-// Memory of a bank: carved from the caller's buffer at 32-byte boundaries, or taken
-// from the allocator piece by piece (the pieces recorded in the bank for its release).
-class Arena {
-public:
-    explicit Arena(Zem8u* buffer) : carver_(buffer), allocate_(false) {}
-    Arena() : carver_(nullptr), allocate_(true) {}
-
-    template <class T>
-    T* take(int64_t count, void** pieces = nullptr, Zem32s* pieceCount = nullptr) {
-        const int64_t bytes = count * static_cast<int64_t>(sizeof(T));
-        if (!allocate_) {
-            T* p = carver_.take<T>(count, 32);
-            std::memset(static_cast<void*>(p), 0, static_cast<size_t>(bytes));
-            return p;
-        }
-        void* block = zemMalloc(bytes + 32);
-        if (!block) return nullptr;
-        if (pieces) pieces[(*pieceCount)++] = block;
-        T* p = zem::alignUp<T>(block, 32);
-        std::memset(static_cast<void*>(p), 0, static_cast<size_t>(bytes));
-        return p;
-    }
-    // The record itself: from the allocator, its block is the bank's first piece.
-    // In a caller's buffer the record stands at the buffer's start, where the caller
-    // keeps pointing.
-    template <class State>
-    State* takeRecord() {
-        if (!allocate_) {
-            State* st = reinterpret_cast<State*>(carver_.position());
-            std::memset(static_cast<void*>(st), 0, sizeof(State));
-            carver_.take<State>(1, 1);
-            return st;
-        }
-        void* block = zemMalloc(static_cast<int64_t>(sizeof(State)) + 32);
-        if (!block) return nullptr;
-        State* st = zem::alignUp<State>(block, 32);
-        std::memset(static_cast<void*>(st), 0, sizeof(State));
-        st->pieces[st->pieceCount++] = block;
-        return st;
-    }
-    bool allocating() const { return allocate_; }
-
-private:
-    zem::Carver carver_;
-    bool allocate_;
-};
-
-// One block of `count` rows of `len` elements: pointers, then rows at a 32-byte boundary
-// with a stride of len rounded up to 8; rising rows advanced by 3.
-template <class W, class State>
-W** takeRows(Arena& arena, State* st, int count, int64_t len, bool rising) {
-    const int64_t stride = (len + 7) & ~int64_t{7};
-    const int64_t pointerWords = (count * 8 + 31) / 32 * 8;  // pointers, padded to 32 bytes, in floats
-    W* block = arena.take<W>(pointerWords + count * stride, st->pieces, &st->pieceCount);
-    if (!block) return nullptr;
-    W** rows = reinterpret_cast<W**>(block);
-    W* first = block + pointerWords;
-    for (int r = 0; r < count; ++r) rows[r] = first + r * stride + (rising ? kRisingAdvance : 0);
-    return rows;
+ZemStatus reportSize(int64_t bytes, Zem32s* size) {
+    if (bytes > INT32_MAX) return zemStatusBadSize;
+    *size = static_cast<Zem32s>(bytes);
+    return zemStatusOk;
 }
 
-// The record and its arrays.  On an allocation failure the record, if made, is already
-// in *out.
+// The record and its arrays, in this order: record, centres, rising rows, falling rows,
+// and with the transform its state, its set-up scratch, the work area and its buffer.
+// Returns null while measuring.
 template <class State>
-ZemStatus buildRecord(Arena& arena, State** out, int order, int nFilter, int mode, int storedMode, int nLinear,
-                      float melMul, float melDiv) {
-    using W = std::remove_pointer_t<decltype(State::work)>;
-    State* st = arena.template takeRecord<State>();
-    if (!st) return zemStatusNoMemory;
-    *out = st;
+State* layBank(zem::Arena& arena, int order, int nFilter, bool withTransform) {
+    using Traits = BankTraits<State>;
+    using W = WeightOf<State>;
     const int64_t n = int64_t{1} << order;
-    st->mode = storedMode;
+    State* st = arena.record<State>();
+    Zem32s* centers = arena.take<Zem32s>(int64_t{nFilter} + 3);
+    W** low = takeRows<W>(arena, int64_t{nFilter} + 2, n / 2 + 3, true);
+    W** high = takeRows<W>(arena, int64_t{nFilter} + 2, n / 2, false);
+    Zem8u *memState = nullptr, *memInit = nullptr, *buffer = nullptr;
+    W* work = nullptr;
+    if (withTransform) {
+        Zem32s sizeState = 0, sizeInit = 0, sizeBuf = 0;
+        Traits::transformSizes(order, &sizeState, &sizeInit, &sizeBuf);
+        memState = arena.take<Zem8u>(sizeState);
+        if (sizeInit > 0) memInit = arena.take<Zem8u>(sizeInit);
+        work = arena.take<W>(2 * n + 20);
+        if (sizeBuf > 0) buffer = arena.take<Zem8u>(sizeBuf);
+    }
+    if (arena.measuring()) return nullptr;
+    st->centers = centers;
+    st->lowCoeffs = low;
+    st->highCoeffs = high;
     st->fftLength = static_cast<Zem32s>(n);
     st->fftOrder = order;
     st->nFilter = nFilter;
-    st->nLinear = nLinear;
-    st->melMul = melMul;
-    st->melDiv = melDiv;
-    if constexpr (kIs16<State>) st->weightScale = 14;
-    st->centers = arena.template take<Zem32s>(nFilter + 3, st->pieces, &st->pieceCount);
-    if (!st->centers) return zemStatusNoMemory;
-    st->lowCoeffs = takeRows<W>(arena, st, nFilter + 2, n / 2 + 3, true);
-    if (!st->lowCoeffs) return zemStatusNoMemory;
-    st->highCoeffs = takeRows<W>(arena, st, nFilter + 2, n / 2, false);
-    if (!st->highCoeffs) return zemStatusNoMemory;
-    if (mode & 4) {
-        Zem32s sizeState = 0, sizeInit = 0, sizeBuf = 0;
-        if constexpr (kIs16<State>) ownFFTGetSize_R_16s(order, 8, 2, &sizeState, &sizeInit, &sizeBuf);
-        else ownFFTGetSize_R_32f(order, 8, 2, &sizeState, &sizeInit, &sizeBuf);
-        if (arena.allocating()) {
-            ZemStatus s;
-            if constexpr (kIs16<State>) s = ownFFTInitAlloc_R_16s(&st->fftState, order, 8, 2);
-            else s = ownFFTInitAlloc_R_32f(&st->fftState, order, 8, 2);
-            if (s != zemStatusOk) return zemStatusNoMemory;
-        } else {
-            Zem8u* memState = arena.template take<Zem8u>(sizeState);
-            Zem8u* memInit = sizeInit > 0 ? arena.template take<Zem8u>(sizeInit) : nullptr;
-            if constexpr (kIs16<State>) ownFFTInit_R_16s(&st->fftState, order, 8, 2, memState, memInit);
-            else ownFFTInit_R_32f(&st->fftState, order, 8, 2, memState, memInit);
-        }
-        st->work = arena.template take<W>(2 * n + 20, st->pieces, &st->pieceCount);
-        if (!st->work) return zemStatusNoMemory;
-        if (sizeBuf > 0) {
-            st->fftBuffer = arena.template take<Zem8u>(sizeBuf, st->pieces, &st->pieceCount);
-            if (!st->fftBuffer) return zemStatusNoMemory;
-        }
+    if (withTransform) {
+        Traits::transformInit(&st->fftState, order, memState, memInit);
+        st->work = work;
+        st->fftBuffer = buffer;
     }
-    return zemStatusOk;
+    if constexpr (Traits::kQ14) st->weightScale = 14;
+    return st;
 }
 
 // ---- Centres and weights -------------------------------------------------------------------
@@ -167,7 +99,7 @@ inline float melOfQuotient(float q, float melMul) {
 // Weights are float, or Q14 integers truncated from float or integer quotients.
 template <class W>
 inline W melWeight(float numerator, float denominator) {
-    if constexpr (sizeof(W) == 4 && std::is_integral_v<W>) return static_cast<W>((numerator * 16384.0f) / denominator);
+    if constexpr (std::is_integral_v<W>) return static_cast<W>((numerator * 16384.0f) / denominator);
     else return numerator / denominator;
 }
 
@@ -287,71 +219,66 @@ void mixedCentresAndWeights(State* st, float sampFreq, float lowFreq, float high
     }
 }
 
+// What a creation function asks for.
+struct BankRequest {
+    enum Kind { kMel, kMixed, kEmpty } kind;
+    int frameLen, nFilter, mode;
+    float sampFreq = 0.0f, lowFreq = 0.0f, highFreq = 0.0f, linFreq = 0.0f;
+    int nLinear = 0;
+    float melMul = 0.0f, melDiv = 1.0f;
+};
+
+// Builds a bank in the caller's buffer (out null) or in one block of its own, then stores
+// fftOrder and *out: nothing is written when it fails.  A size that cannot be represented
+// is a bad size in a caller's buffer (no size query reports it) and no memory otherwise.
 template <class State>
-ZemStatus checkMelArguments(const void* state, const void* fftOrder, int frameLen, float sampFreq, float lowFreq,
-                            float highFreq, int nFilter, int mode) {
-    if (!state || !fftOrder) return zemStatusNullPointer;
-    if (frameLen < 1 || nFilter < 1 || !(sampFreq > 0.0f) || !(lowFreq > 0.0f)) return zemStatusBadSize;
-    if (lowFreq > highFreq) return zemStatusBadFreqRange;
-    if (highFreq > sampFreq * 0.5f) return zemStatusBadFreqRange;
-    if (!modeAllowed(mode)) return zemStatusBadMelFlag;
+ZemStatus makeBank(State* buffer, State** out, Zem32s* fftOrder, const BankRequest& r) {
+    const int order = orderFor(r.frameLen);
+    const bool withTransform = (r.mode & 4) != 0;
+    if (bankSize<State>(order, r.nFilter, r.mode) > INT32_MAX) return out ? zemStatusNoMemory : zemStatusBadSize;
+    auto lay = [&](zem::Arena& arena) { return layBank<State>(arena, order, r.nFilter, withTransform); };
+    State* st = nullptr;
+    if (!out) st = zem::buildInBuffer<State>(buffer, 0, lay);
+    else if (zem::allocateRecord(&st, 0, lay) != zemStatusOk) return zemStatusNoMemory;
+    st->mode = r.kind == BankRequest::kEmpty ? 1 : r.mode;
+    st->nLinear = r.kind == BankRequest::kMixed ? r.nLinear : r.nFilter;
+    st->melMul = r.melMul;
+    st->melDiv = r.melDiv;
+    if (r.kind == BankRequest::kMel) melCentresAndWeights(st, r.sampFreq, r.lowFreq, r.highFreq);
+    if (r.kind == BankRequest::kMixed) mixedCentresAndWeights(st, r.sampFreq, r.lowFreq, r.highFreq, r.linFreq);
+    *fftOrder = order;
+    if (out) *out = st;
     return zemStatusOk;
 }
 
-template <class State>
-ZemStatus melBank(Arena& arena, State** state, Zem32s* fftOrder, int frameLen, float sampFreq, float lowFreq,
-                  float highFreq, int nFilter, float melMul, float melDiv, int mode) {
-    const int order = orderFor(frameLen);
-    *fftOrder = order;
-    if (const ZemStatus s = buildRecord(arena, state, order, nFilter, mode, mode, nFilter, melMul, melDiv); s != zemStatusOk)
-        return s;
-    melCentresAndWeights(*state, sampFreq, lowFreq, highFreq);
-    return zemStatusOk;
+BankRequest melRequest(int frameLen, float sampFreq, float lowFreq, float highFreq, int nFilter, float melMul,
+                       float melDiv, int mode) {
+    BankRequest r{BankRequest::kMel, frameLen, nFilter, mode};
+    r.sampFreq = sampFreq, r.lowFreq = lowFreq, r.highFreq = highFreq, r.melMul = melMul, r.melDiv = melDiv;
+    return r;
 }
 
-template <class State>
-ZemStatus melLinBank(State** state, Zem32s* fftOrder, int frameLen, float sampFreq, float lowFreq, float highFreq,
-                     int nFilter, float linFreq, int nLinear, float melMul, float melDiv, int mode) {
-    if (frameLen < 1 || nFilter < 1 || !(sampFreq > 0.0f) || !(lowFreq > 0.0f) || nLinear < 1 || nLinear > nFilter)
-        return zemStatusBadSize;
-    if (lowFreq > linFreq || linFreq > highFreq) return zemStatusBadFreqRange;
-    if (highFreq > sampFreq * 0.5f) return zemStatusBadFreqRange;
-    if (!modeAllowed(mode)) return zemStatusBadMelFlag;
-    const int order = orderFor(frameLen);
-    *fftOrder = order;
-    Arena arena;
-    if (const ZemStatus s = buildRecord(arena, state, order, nFilter, mode, mode, nLinear, melMul, melDiv); s != zemStatusOk)
-        return s;
-    mixedCentresAndWeights(*state, sampFreq, lowFreq, highFreq, linFreq);
-    return zemStatusOk;
+BankRequest mixedRequest(int frameLen, float sampFreq, float lowFreq, float highFreq, int nFilter, float linFreq,
+                         int nLinear, float melMul, float melDiv, int mode) {
+    BankRequest r = melRequest(frameLen, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode);
+    r.kind = BankRequest::kMixed, r.linFreq = linFreq, r.nLinear = nLinear;
+    return r;
 }
 
-template <class State>
-ZemStatus emptyBank(State** state, Zem32s* fftOrder, int frameLen, int nFilter, int mode) {
-    if (frameLen < 1 || nFilter < 1) return zemStatusBadSize;
-    const int order = orderFor(frameLen);
-    *fftOrder = order;
-    Arena arena;
-    // The stored mode is 1 whatever was passed; bit 4 still builds the transform, which
-    // such a bank then never uses.  Kept as it is.
-    return buildRecord(arena, state, order, nFilter, mode & 4, 1, nFilter, 0.0f, 1.0f);
-}
+// An empty bank: zero rows, not ready, melMul 0 and melDiv 1.  The stored mode is 1
+// whatever was passed; bit 4 still builds the transform, which such a bank then never
+// uses.  Kept as it is.
+BankRequest emptyRequest(int frameLen, int nFilter, int mode) { return {BankRequest::kEmpty, frameLen, nFilter, mode}; }
 
+// Release of an allocated bank: the transform through its own release, then the block.
 template <class State>
-ZemStatus freeBank(State* st) {
-    if (!st) return zemStatusNullPointer;
+void freeBank(State* st) {
     st->centers = nullptr;
     st->lowCoeffs = nullptr;
     st->highCoeffs = nullptr;
     st->ready = 0;
-    if (st->fftState) {
-        if constexpr (kIs16<State>) ownFFTFree_R_16s(st->fftState);
-        else ownFFTFree_R_32f(st->fftState);
-    }
-    // The record's own block is the first piece; it goes last.
-    for (int k = st->pieceCount - 1; k >= 1; --k) zemFree(st->pieces[k]);
-    zemFree(st->pieces[0]);
-    return zemStatusOk;
+    if (st->fftState) BankTraits<State>::transformFree(st->fftState);
+    zem::releaseRecord(st);
 }
 
 // The centre test: c[0] >= 0, c[i-1] <= c[i] <= c[i+1] for i = 1 .. nFilter-1, and
@@ -364,20 +291,13 @@ bool centresValid(const Zem32s* c, int nFilter, int n) {
 }
 
 template <class State>
-ZemStatus getCenters(const State* st, Zem32s* centers) {
-    if (!st || !centers) return zemStatusNullPointer;
-    if (!st->ready || !centresValid(st->centers, st->nFilter, st->fftLength)) return zemStatusBadFBank;
-    std::memcpy(centers, st->centers, sizeof(Zem32s) * static_cast<size_t>(st->nFilter + 2));
-    return zemStatusOk;
+bool storedCentresValid(const State* st) {
+    return st->ready && centresValid(st->centers, st->nFilter, st->fftLength);
 }
 
 template <class State>
-ZemStatus setCenters(State* st, const Zem32s* centers) {
-    if (!st || !centers) return zemStatusNullPointer;
-    if (!centresValid(centers, st->nFilter, st->fftLength)) return zemStatusBadFBank;
-    std::memcpy(st->centers, centers, sizeof(Zem32s) * static_cast<size_t>(st->nFilter + 2));
-    st->ready = 1;
-    return zemStatusOk;
+void copyCenters(const Zem32s* from, Zem32s* to, const State* st) {
+    std::memcpy(to, from, sizeof(Zem32s) * static_cast<size_t>(st->nFilter + 2));
 }
 
 // The run of row j - 1: the rising slope's c[j] - c[j-1] + 1 entries, then the falling
@@ -394,28 +314,23 @@ void forRuns(const State* st, int j, Copy copy) {
     if (falling > 0) copy(st->highCoeffs[j - 1], at, falling);
 }
 
+// Weights as float: Q14 rows are scaled by 2^-14.
 template <class State>
-ZemStatus getCoeffs(const State* st, int filterIndex, Zem32f* coeffs) {
-    if (!st || !coeffs) return zemStatusNullPointer;
-    if (!st->ready) return zemStatusBadFBank;
-    if (filterIndex < 1 || filterIndex > st->nFilter + 1) return zemStatusBadSize;
+void getCoeffs(const State* st, int filterIndex, Zem32f* coeffs) {
     forRuns(st, filterIndex, [&](const auto* row, int at, int count) {
         for (int k = 0; k < count; ++k) {
-            if constexpr (kIs16<State>) coeffs[at + k] = static_cast<float>(row[k]) * 6.1035156e-5f;
+            if constexpr (BankTraits<State>::kQ14) coeffs[at + k] = static_cast<float>(row[k]) * 6.1035156e-5f;
             else coeffs[at + k] = row[k];
         }
     });
-    return zemStatusOk;
 }
 
+// Weights from float: Q14 rows take the product by 16384 limited to +-2^31, truncated.
 template <class State>
-ZemStatus setCoeffs(State* st, int filterIndex, const Zem32f* coeffs) {
-    if (!st || !coeffs) return zemStatusNullPointer;
-    if (!st->ready) return zemStatusBadFBank;
-    if (filterIndex < 1 || filterIndex > st->nFilter) return zemStatusBadSize;
+void setCoeffs(State* st, int filterIndex, const Zem32f* coeffs) {
     forRuns(st, filterIndex, [&](auto* row, int at, int count) {
         for (int k = 0; k < count; ++k) {
-            if constexpr (kIs16<State>) {
+            if constexpr (BankTraits<State>::kQ14) {
                 float v = coeffs[at + k] * 16384.0f;
                 v = v > 2147483648.0f ? 2147483648.0f : (v < -2147483648.0f ? -2147483648.0f : v);
                 row[k] = _mm_cvttss_si32(_mm_set_ss(v));
@@ -424,295 +339,225 @@ ZemStatus setCoeffs(State* st, int filterIndex, const Zem32f* coeffs) {
             }
         }
     });
-    return zemStatusOk;
-}
-
-}  // namespace
-
-// ---- Evaluation ----------------------------------------------------------------------------------
-
-namespace {
-
-// A float bank, span by span.  Span j holds the bins c[j] .. c[j+1]: all of them belong to
-// the rising slope of filter j, and all but the first also to the falling slope of filter
-// j-1, so each group of eight bins is loaded once for both.  Each filter's sum is kept as
-// eight lane sums until four filters are reduced together.
-struct Span {
-    const float* x;     // the spectrum
-    int64_t c0, c1;     // first and last bin
-};
-
-// Span j with both slopes: returns filter j-1, finished, and leaves filter j's rising sum
-// in open.  Lane k of a group holds bin c0+k, rise[k] and fall[k-1].
-inline simd::F32x8 sharedSpan(const Span& s, const float* rise, const float* fall, simd::F32x8& open) {
-    using namespace simd;
-    const int64_t n = s.c1 - s.c0 + 1;
-    const float* x = s.x + s.c0;
-    --fall;
-    const FirstLanes m0 = firstLanes(static_cast<int>(n));
-    const F32x8 x0 = load(x, m0);
-    F32x8 up = load(rise, m0) * x0;
-    F32x8 down = load(fall, butLane0(m0)) * x0;
-    for (int64_t k = 8; k < n; k += 8) {
-        const FirstLanes m = firstLanes(static_cast<int>(n - k));
-        const F32x8 xv = load(x + k, m);
-        up = up + load(rise + k, m) * xv;
-        down = down + load(fall + k, m) * xv;
-    }
-    // An empty falling span still reads its one bin, against a zero weight of the row.
-    if (n == 1) down = inLane0(fall[1] * x[1]);
-    const F32x8 done = open + down;
-    open = up;
-    return done;
-}
-
-// w[0 .. n-1] times x[0 .. n-1] in eight lane sums, the last group zero-padded.
-inline simd::F32x8 slope(const float* w, const float* x, int64_t n) {
-    using namespace simd;
-    F32x8 sum = splat(0.0f);
-    int64_t k = 0;
-    for (; k + 8 <= n; k += 8) sum = sum + load(w + k) * load(x + k);
-    if (k < n) {
-        const FirstLanes m = firstLanes(static_cast<int>(n - k));
-        sum = sum + load(w + k, m) * load(x + k, m);
-    }
-    return sum;
-}
-
-// The last span: the falling slope of the last filter only, over bins c0+1 .. c1 (an
-// empty one still reads its one bin, against a zero weight of the row).
-inline simd::F32x8 lastSpan(const Span& s, const float* fall, simd::F32x8 open) {
-    const int64_t n = s.c1 - s.c0;
-    const float* x = s.x + s.c0 + 1;
-    return open + (n == 0 ? simd::inLane0(fall[0] * x[0]) : slope(fall, x, n));
-}
-
-// The first span: the rising slope of filter 0 only.
-inline simd::F32x8 firstSpan(const Span& s, const float* rise) { return slope(rise, s.x + s.c0, s.c1 - s.c0 + 1); }
-
-void evalFloat(const float* x, float* dst, const ZemsFBankState_32f* st) {
-    using simd::F32x8;
-    const Zem32s* c = st->centers;
-    const int nf = st->nFilter;
-    float* const* low = st->lowCoeffs;
-    float* const* high = st->highCoeffs;
-    auto span = [&](int j) { return Span{x, c[j], c[j + 1]}; };
-    F32x8 open = firstSpan(span(0), low[0]);
-    // Spans 1 .. nf-1 finish filters 0 .. nf-2, four at a time; span nf finishes the last.
-    int j = 1;
-    for (; j + 4 <= nf; j += 4) {
-        const F32x8 d0 = sharedSpan(span(j), low[j], high[j - 1], open);
-        const F32x8 d1 = sharedSpan(span(j + 1), low[j + 1], high[j], open);
-        const F32x8 d2 = sharedSpan(span(j + 2), low[j + 2], high[j + 1], open);
-        const F32x8 d3 = sharedSpan(span(j + 3), low[j + 3], high[j + 2], open);
-        simd::sumTree4(d0, d1, d2, d3, dst + j - 1);
-    }
-    // One to four filters left: spans j .. nf-1 and the last span, kept in registers.
-    const F32x8 zero = simd::splat(0.0f);
-    float sums[4];
-    auto last = [&] { return lastSpan(span(nf), high[nf - 1], open); };
-    auto shared = [&](int k) { return sharedSpan(span(k), low[k], high[k - 1], open); };
-    const int r = nf - j + 1;
-    if (r == 1) {
-        simd::sumTree4(last(), zero, zero, zero, sums);
-    } else if (r == 2) {
-        const F32x8 d0 = shared(j);
-        simd::sumTree4(d0, last(), zero, zero, sums);
-    } else if (r == 3) {
-        const F32x8 d0 = shared(j), d1 = shared(j + 1);
-        simd::sumTree4(d0, d1, last(), zero, sums);
-    } else {
-        const F32x8 d0 = shared(j), d1 = shared(j + 1), d2 = shared(j + 2);
-        simd::sumTree4(d0, d1, d2, last(), sums);
-    }
-    for (int k = 0; k < r; ++k) dst[j - 1 + k] = sums[k];
-}
-
-// Integer banks: each product in 64 bits (wrapped to 32 bits first when asked), summed in
-// 64 bits, shifted by s without a rounding term.
-template <class X, bool kWrapProducts>
-int64_t filterSum64(const X* x, const Zem32s* c, int i, const Zem32s* low, const Zem32s* high) {
-    int64_t sum = 0;
-    auto term = [](int64_t w, int64_t v) {
-        const int64_t p = w * v;
-        return kWrapProducts ? static_cast<int64_t>(static_cast<int32_t>(static_cast<uint32_t>(p))) : p;
-    };
-    for (int64_t k = c[i]; k <= c[i + 1]; ++k) sum += term(low[k - c[i]], x[k]);
-    for (int64_t k = int64_t{c[i + 1]} + 1; k <= c[i + 2]; ++k) sum += term(high[k - c[i + 1] - 1], x[k]);
-    return sum;
-}
-
-inline int64_t shiftBy(int64_t v, int s) {
-    if (s > 0) return v >> (s > 63 ? 63 : s);
-    if (s < 0) return static_cast<int64_t>(static_cast<uint64_t>(v) << (-s > 63 ? 63 : -s));
-    return v;
-}
-
-// The transform path of a 16-bit bank: the CCS spectrum in Zem32s times 8, then
-// magnitudes times 8.  A failed temporary is not reported: the work area stands as it is.
-const Zem32s* magnitudes16(const Zem16s* src, const ZemsFBankState_16s* st) {
-    const int n = st->fftLength;
-    Zem32s* work = st->work;
-    std::memset(work, 0, sizeof(Zem32s) * static_cast<size_t>(2 * n + 20));
-    ownFFTFwd_RToCCS_16s_Sfs(src, work, st->fftState, -3, nullptr);
-    Zem32s* x = zem::alignUp<Zem32s>(work + n + 2, 16);
-    ownMagnitude_32sc_Sfs(work, x, n / 2 + 1, -3);
-    return x;
-}
-
-template <class D, bool kWrapOnTransform>
-ZemStatus eval16(const Zem16s* src, D* dst, const ZemsFBankState_16s* st, int scaleFactor) {
-    if (!src || !dst || !st || !st->centers) return zemStatusNullPointer;
-    if (!st->ready) return zemStatusBadFBank;
-    int s = scaleFactor + st->weightScale;
-    constexpr int64_t lo = sizeof(D) == 2 ? INT16_MIN : INT32_MIN, hi = sizeof(D) == 2 ? INT16_MAX : INT32_MAX;
-    if (st->mode & 4) {
-        s += 6;
-        const Zem32s* x = magnitudes16(src, st);
-        for (int i = 0; i < st->nFilter; ++i) {
-            const int64_t v = shiftBy(filterSum64<Zem32s, kWrapOnTransform>(x, st->centers, i, st->lowCoeffs[i], st->highCoeffs[i]), s);
-            dst[i] = static_cast<D>(v < lo ? lo : (v > hi ? hi : v));
-        }
-        return zemStatusOk;
-    }
-    for (int i = 0; i < st->nFilter; ++i) {
-        const int64_t v = shiftBy(filterSum64<Zem16s, false>(src, st->centers, i, st->lowCoeffs[i], st->highCoeffs[i]), s);
-        dst[i] = static_cast<D>(v < lo ? lo : (v > hi ? hi : v));
-    }
-    return zemStatusOk;
 }
 
 }  // namespace
 
 extern "C" {
 
-ZEMSR_API ZemStatus zemsEvalFBank_32f(const Zem32f* src, Zem32f* dst, const ZemsFBankState_32f* state) {
-    if (!src || !dst || !state || !state->centers) return zemStatusNullPointer;
-    if (!state->ready) return zemStatusBadFBank;
-    if (state->mode & 4) {
-        const int n = state->fftLength;
-        float* work = state->work;
-        std::memset(work, 0, sizeof(float) * static_cast<size_t>(2 * n + 20));
-        ownFFTFwd_RToCCS_32f(src, work, state->fftState, state->fftBuffer);
-        float* x = zem::alignUp<float>(work + n + 2, 16);
-        ownMagnitude_32fc(work, x, n / 2 + 1);
-        evalFloat(x, dst, state);
-        return zemStatusOk;
-    }
-    evalFloat(src, dst, state);
+// ---- Mel, mixed and empty banks -----------------------------------------------------------------
+
+ZEMSR_API ZemStatus zemsMelFBankGetSize_32f(int frameLen, int nFilter, int mode, Zem32s* size) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(size), zem::atLeastOne(frameLen, nFilter),
+                                              zem::ensure(modeAllowed(mode), zemStatusBadMelFlag)))
+        return s;
+    return reportSize(bankSize<ZemsFBankState_32f>(orderFor(frameLen), nFilter, mode), size);
+}
+
+ZEMSR_API ZemStatus zemsMelFBankGetSize_16s(int frameLen, int nFilter, int mode, Zem32s* size) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(size), zem::atLeastOne(frameLen, nFilter),
+                                              zem::ensure(modeAllowed(mode), zemStatusBadMelFlag)))
+        return s;
+    return reportSize(bankSize<ZemsFBankState_16s>(orderFor(frameLen), nFilter, mode), size);
+}
+
+ZEMSR_API ZemStatus zemsMelFBankInitAlloc_32f(ZemsFBankState_32f** state, Zem32s* fftOrder, int frameLen,
+                                              Zem32f sampFreq, Zem32f lowFreq, Zem32f highFreq, int nFilter,
+                                              Zem32f melMul, Zem32f melDiv, int mode) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, fftOrder), zem::atLeastOne(frameLen, nFilter),
+                                              zem::ensure(sampFreq > 0.0f && lowFreq > 0.0f, zemStatusBadSize),
+                                              zem::ensure(!(lowFreq > highFreq), zemStatusBadFreqRange),
+                                              zem::ensure(!(highFreq > sampFreq * 0.5f), zemStatusBadFreqRange),
+                                              zem::ensure(modeAllowed(mode), zemStatusBadMelFlag)))
+        return s;
+    return makeBank<ZemsFBankState_32f>(nullptr, state, fftOrder,
+                                        melRequest(frameLen, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode));
+}
+
+ZEMSR_API ZemStatus zemsMelFBankInitAlloc_16s(ZemsFBankState_16s** state, Zem32s* fftOrder, int frameLen,
+                                              Zem32f sampFreq, Zem32f lowFreq, Zem32f highFreq, int nFilter,
+                                              Zem32f melMul, Zem32f melDiv, int mode) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, fftOrder), zem::atLeastOne(frameLen, nFilter),
+                                              zem::ensure(sampFreq > 0.0f && lowFreq > 0.0f, zemStatusBadSize),
+                                              zem::ensure(!(lowFreq > highFreq), zemStatusBadFreqRange),
+                                              zem::ensure(!(highFreq > sampFreq * 0.5f), zemStatusBadFreqRange),
+                                              zem::ensure(modeAllowed(mode), zemStatusBadMelFlag)))
+        return s;
+    return makeBank<ZemsFBankState_16s>(nullptr, state, fftOrder,
+                                        melRequest(frameLen, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode));
+}
+
+ZEMSR_API ZemStatus zemsMelFBankInit_32f(ZemsFBankState_32f* state, Zem32s* fftOrder, int frameLen, Zem32f sampFreq,
+                                         Zem32f lowFreq, Zem32f highFreq, int nFilter, Zem32f melMul, Zem32f melDiv,
+                                         int mode) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, fftOrder), zem::atLeastOne(frameLen, nFilter),
+                                              zem::ensure(sampFreq > 0.0f && lowFreq > 0.0f, zemStatusBadSize),
+                                              zem::ensure(!(lowFreq > highFreq), zemStatusBadFreqRange),
+                                              zem::ensure(!(highFreq > sampFreq * 0.5f), zemStatusBadFreqRange),
+                                              zem::ensure(modeAllowed(mode), zemStatusBadMelFlag)))
+        return s;
+    return makeBank<ZemsFBankState_32f>(state, nullptr, fftOrder,
+                                        melRequest(frameLen, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode));
+}
+
+ZEMSR_API ZemStatus zemsMelFBankInit_16s(ZemsFBankState_16s* state, Zem32s* fftOrder, int frameLen, Zem32f sampFreq,
+                                         Zem32f lowFreq, Zem32f highFreq, int nFilter, Zem32f melMul, Zem32f melDiv,
+                                         int mode) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, fftOrder), zem::atLeastOne(frameLen, nFilter),
+                                              zem::ensure(sampFreq > 0.0f && lowFreq > 0.0f, zemStatusBadSize),
+                                              zem::ensure(!(lowFreq > highFreq), zemStatusBadFreqRange),
+                                              zem::ensure(!(highFreq > sampFreq * 0.5f), zemStatusBadFreqRange),
+                                              zem::ensure(modeAllowed(mode), zemStatusBadMelFlag)))
+        return s;
+    return makeBank<ZemsFBankState_16s>(state, nullptr, fftOrder,
+                                        melRequest(frameLen, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode));
+}
+
+// The mixed and the empty bank test neither state nor fftOrder for null.
+ZEMSR_API ZemStatus zemsMelLinFBankInitAlloc_32f(ZemsFBankState_32f** state, Zem32s* fftOrder, int frameLen,
+                                                 Zem32f sampFreq, Zem32f lowFreq, Zem32f highFreq, int nFilter,
+                                                 Zem32f linFreq, int nLinear, Zem32f melMul, Zem32f melDiv, int mode) {
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(frameLen, nFilter),
+                                              zem::ensure(sampFreq > 0.0f && lowFreq > 0.0f, zemStatusBadSize),
+                                              zem::within(nLinear, 1, nFilter, zemStatusBadSize),
+                                              zem::ensure(!(lowFreq > linFreq || linFreq > highFreq), zemStatusBadFreqRange),
+                                              zem::ensure(!(highFreq > sampFreq * 0.5f), zemStatusBadFreqRange),
+                                              zem::ensure(modeAllowed(mode), zemStatusBadMelFlag)))
+        return s;
+    return makeBank<ZemsFBankState_32f>(nullptr, state, fftOrder,
+                                        mixedRequest(frameLen, sampFreq, lowFreq, highFreq, nFilter, linFreq, nLinear,
+                                                     melMul, melDiv, mode));
+}
+
+ZEMSR_API ZemStatus zemsMelLinFBankInitAlloc_16s(ZemsFBankState_16s** state, Zem32s* fftOrder, int frameLen,
+                                                 Zem32f sampFreq, Zem32f lowFreq, Zem32f highFreq, int nFilter,
+                                                 Zem32f linFreq, int nLinear, Zem32f melMul, Zem32f melDiv, int mode) {
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(frameLen, nFilter),
+                                              zem::ensure(sampFreq > 0.0f && lowFreq > 0.0f, zemStatusBadSize),
+                                              zem::within(nLinear, 1, nFilter, zemStatusBadSize),
+                                              zem::ensure(!(lowFreq > linFreq || linFreq > highFreq), zemStatusBadFreqRange),
+                                              zem::ensure(!(highFreq > sampFreq * 0.5f), zemStatusBadFreqRange),
+                                              zem::ensure(modeAllowed(mode), zemStatusBadMelFlag)))
+        return s;
+    return makeBank<ZemsFBankState_16s>(nullptr, state, fftOrder,
+                                        mixedRequest(frameLen, sampFreq, lowFreq, highFreq, nFilter, linFreq, nLinear,
+                                                     melMul, melDiv, mode));
+}
+
+ZEMSR_API ZemStatus zemsEmptyFBankInitAlloc_32f(ZemsFBankState_32f** state, Zem32s* fftOrder, int frameLen,
+                                                int nFilter, int mode) {
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(frameLen, nFilter))) return s;
+    return makeBank<ZemsFBankState_32f>(nullptr, state, fftOrder, emptyRequest(frameLen, nFilter, mode));
+}
+
+ZEMSR_API ZemStatus zemsEmptyFBankInitAlloc_16s(ZemsFBankState_16s** state, Zem32s* fftOrder, int frameLen,
+                                                int nFilter, int mode) {
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(frameLen, nFilter))) return s;
+    return makeBank<ZemsFBankState_16s>(nullptr, state, fftOrder, emptyRequest(frameLen, nFilter, mode));
+}
+
+ZEMSR_API ZemStatus zemsFBankFree_32f(ZemsFBankState_32f* state) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state))) return s;
+    freeBank(state);
     return zemStatusOk;
 }
 
-ZEMSR_API ZemStatus zemsEvalFBank_16s_Sfs(const Zem16s* src, Zem16s* dst, const ZemsFBankState_16s* state,
-                                          int scaleFactor) {
-    // On the transform path each product is wrapped to 32 bits before the sum.
-    return eval16<Zem16s, true>(src, dst, state, scaleFactor);
-}
-
-ZEMSR_API ZemStatus zemsEvalFBank_16s32s_Sfs(const Zem16s* src, Zem32s* dst, const ZemsFBankState_16s* state,
-                                             int scaleFactor) {
-    return eval16<Zem32s, false>(src, dst, state, scaleFactor);
-}
-
-// Q30 weights: each product shifted right by 8 (sums in Q22), the two slopes summed apart
-// and added, scaled, then rounded with bit 21 and held below 2^31 (no lower limit).
-ZEMSR_API ZemStatus zemsEvalFBank_32s_Sfs(const Zem32s* src, Zem32s* dst, const ZemsFBankState_32s* state,
-                                          int scaleFactor) {
-    if (!src || !dst || !state) return zemStatusNullPointer;
-    if (scaleFactor < -31 || scaleFactor > 31) return zemStatusBadArg;
-    const Zem32s* c = state->centers;
-    for (int i = 0; i < state->nFilter; ++i) {
-        int64_t rising = 0, falling = 0;
-        for (int64_t k = c[i]; k <= c[i + 1]; ++k) rising += (int64_t{state->lowCoeffs[i][k - c[i]]} * src[k]) >> 8;
-        for (int64_t k = int64_t{c[i + 1]} + 1; k <= c[i + 2]; ++k)
-            falling += (int64_t{state->highCoeffs[i][k - c[i + 1] - 1]} * src[k]) >> 8;
-        int64_t v = rising + falling;
-        if (scaleFactor >= 0) {
-            v >>= scaleFactor;
-        } else {
-            const int sh = -scaleFactor;
-            v = (v > (INT64_MAX >> sh) || v < (INT64_MIN >> sh)) ? INT64_MAX : static_cast<int64_t>(static_cast<uint64_t>(v) << sh);
-        }
-        int64_t r = (v >> 22) + ((v >> 21) & 1);
-        if (r > INT32_MAX) r = INT32_MAX;
-        dst[i] = static_cast<Zem32s>(static_cast<uint32_t>(r));
-    }
+ZEMSR_API ZemStatus zemsFBankFree_16s(ZemsFBankState_16s* state) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state))) return s;
+    freeBank(state);
     return zemStatusOk;
 }
 
-// ---- Mel banks ------------------------------------------------------------------------------------
+// ---- Centres and weights ------------------------------------------------------------------------
 
-#define ZEM_MEL_BANK(T)                                                                                              \
-    ZEMSR_API ZemStatus zemsMelFBankGetSize_##T(int frameLen, int nFilter, int mode, Zem32s* size) {                 \
-        if (!size) return zemStatusNullPointer;                                                                      \
-        if (frameLen < 1 || nFilter < 1) return zemStatusBadSize;                                                    \
-        if (!modeAllowed(mode)) return zemStatusBadMelFlag;                                                          \
-        const int64_t bytes = bankSize<ZemsFBankState_##T>(frameLen, nFilter, mode);                                 \
-        if (bytes > INT32_MAX) return zemStatusBadSize;                                                              \
-        *size = static_cast<Zem32s>(bytes);                                                                          \
-        return zemStatusOk;                                                                                          \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsMelFBankInitAlloc_##T(ZemsFBankState_##T** state, Zem32s* fftOrder, int frameLen,        \
-                                                  Zem32f sampFreq, Zem32f lowFreq, Zem32f highFreq, int nFilter,     \
-                                                  Zem32f melMul, Zem32f melDiv, int mode) {                          \
-        if (const ZemStatus s = checkMelArguments<ZemsFBankState_##T>(state, fftOrder, frameLen, sampFreq, lowFreq,  \
-                                                                     highFreq, nFilter, mode);                      \
-            s != zemStatusOk)                                                                                        \
-            return s;                                                                                                \
-        Arena arena;                                                                                                 \
-        return melBank(arena, state, fftOrder, frameLen, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode); \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsMelFBankInit_##T(ZemsFBankState_##T* state, Zem32s* fftOrder, int frameLen,              \
-                                             Zem32f sampFreq, Zem32f lowFreq, Zem32f highFreq, int nFilter,          \
-                                             Zem32f melMul, Zem32f melDiv, int mode) {                               \
-        if (const ZemStatus s = checkMelArguments<ZemsFBankState_##T>(state, fftOrder, frameLen, sampFreq, lowFreq,  \
-                                                                     highFreq, nFilter, mode);                      \
-            s != zemStatusOk)                                                                                        \
-            return s;                                                                                                \
-        Arena arena(reinterpret_cast<Zem8u*>(state));                                                                \
-        ZemsFBankState_##T* built = nullptr;                                                                         \
-        return melBank(arena, &built, fftOrder, frameLen, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode); \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsMelLinFBankInitAlloc_##T(ZemsFBankState_##T** state, Zem32s* fftOrder, int frameLen,     \
-                                                     Zem32f sampFreq, Zem32f lowFreq, Zem32f highFreq, int nFilter,  \
-                                                     Zem32f linFreq, int nLinear, Zem32f melMul, Zem32f melDiv,      \
-                                                     int mode) {                                                     \
-        return melLinBank(state, fftOrder, frameLen, sampFreq, lowFreq, highFreq, nFilter, linFreq, nLinear, melMul,  \
-                          melDiv, mode);                                                                             \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsEmptyFBankInitAlloc_##T(ZemsFBankState_##T** state, Zem32s* fftOrder, int frameLen,      \
-                                                    int nFilter, int mode) {                                         \
-        return emptyBank(state, fftOrder, frameLen, nFilter, mode);                                                  \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsFBankFree_##T(ZemsFBankState_##T* state) { return freeBank(state); }                     \
-    ZEMSR_API ZemStatus zemsFBankGetCenters_##T(const ZemsFBankState_##T* state, Zem32s* centers) {                  \
-        return getCenters(state, centers);                                                                           \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsFBankSetCenters_##T(ZemsFBankState_##T* state, const Zem32s* centers) {                  \
-        return setCenters(state, centers);                                                                           \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsFBankGetCoeffs_##T(const ZemsFBankState_##T* state, int filterIndex, Zem32f* coeffs) {   \
-        return getCoeffs(state, filterIndex, coeffs);                                                                \
-    }                                                                                                                \
-    ZEMSR_API ZemStatus zemsFBankSetCoeffs_##T(ZemsFBankState_##T* state, int filterIndex, const Zem32f* coeffs) {   \
-        return setCoeffs(state, filterIndex, coeffs);                                                                \
-    }
+ZEMSR_API ZemStatus zemsFBankGetCenters_32f(const ZemsFBankState_32f* state, Zem32s* centers) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, centers),
+                                              zem::ensure([&] { return storedCentresValid(state); }, zemStatusBadFBank)))
+        return s;
+    copyCenters(state->centers, centers, state);
+    return zemStatusOk;
+}
 
-ZEM_MEL_BANK(32f)
-ZEM_MEL_BANK(16s)
+ZEMSR_API ZemStatus zemsFBankGetCenters_16s(const ZemsFBankState_16s* state, Zem32s* centers) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, centers),
+                                              zem::ensure([&] { return storedCentresValid(state); }, zemStatusBadFBank)))
+        return s;
+    copyCenters(state->centers, centers, state);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsFBankSetCenters_32f(ZemsFBankState_32f* state, const Zem32s* centers) {
+    if (const ZemStatus s = zem::firstFailure(
+            zem::nonNull(state, centers),
+            zem::ensure([&] { return centresValid(centers, state->nFilter, state->fftLength); }, zemStatusBadFBank)))
+        return s;
+    copyCenters(centers, state->centers, state);
+    state->ready = 1;
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsFBankSetCenters_16s(ZemsFBankState_16s* state, const Zem32s* centers) {
+    if (const ZemStatus s = zem::firstFailure(
+            zem::nonNull(state, centers),
+            zem::ensure([&] { return centresValid(centers, state->nFilter, state->fftLength); }, zemStatusBadFBank)))
+        return s;
+    copyCenters(centers, state->centers, state);
+    state->ready = 1;
+    return zemStatusOk;
+}
+
+// Get reaches row nFilter (the extra row of the Aurora low bank), Set stops at nFilter - 1.
+ZEMSR_API ZemStatus zemsFBankGetCoeffs_32f(const ZemsFBankState_32f* state, int filterIndex, Zem32f* coeffs) {
+    if (const ZemStatus s = zem::firstFailure(
+            zem::nonNull(state, coeffs), zem::ensure([&] { return state->ready != 0; }, zemStatusBadFBank),
+            zem::ensure([&] { return filterIndex >= 1 && filterIndex <= int64_t{state->nFilter} + 1; }, zemStatusBadSize)))
+        return s;
+    getCoeffs(state, filterIndex, coeffs);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsFBankGetCoeffs_16s(const ZemsFBankState_16s* state, int filterIndex, Zem32f* coeffs) {
+    if (const ZemStatus s = zem::firstFailure(
+            zem::nonNull(state, coeffs), zem::ensure([&] { return state->ready != 0; }, zemStatusBadFBank),
+            zem::ensure([&] { return filterIndex >= 1 && filterIndex <= int64_t{state->nFilter} + 1; }, zemStatusBadSize)))
+        return s;
+    getCoeffs(state, filterIndex, coeffs);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsFBankSetCoeffs_32f(ZemsFBankState_32f* state, int filterIndex, const Zem32f* coeffs) {
+    if (const ZemStatus s = zem::firstFailure(
+            zem::nonNull(state, coeffs), zem::ensure([&] { return state->ready != 0; }, zemStatusBadFBank),
+            zem::ensure([&] { return filterIndex >= 1 && filterIndex <= state->nFilter; }, zemStatusBadSize)))
+        return s;
+    setCoeffs(state, filterIndex, coeffs);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsFBankSetCoeffs_16s(ZemsFBankState_16s* state, int filterIndex, const Zem32f* coeffs) {
+    if (const ZemStatus s = zem::firstFailure(
+            zem::nonNull(state, coeffs), zem::ensure([&] { return state->ready != 0; }, zemStatusBadFBank),
+            zem::ensure([&] { return filterIndex >= 1 && filterIndex <= state->nFilter; }, zemStatusBadSize)))
+        return s;
+    setCoeffs(state, filterIndex, coeffs);
+    return zemStatusOk;
+}
 
 // ---- Mel conversions, in double and rounded to float on the store -------------------------------
+
 ZEMSR_API ZemStatus zemsLinearToMel_32f(const Zem32f* src, Zem32f* dst, int len, Zem32f melMul, Zem32f melDiv) {
-    if (!src || !dst) return zemStatusNullPointer;
-    if (len <= 0 || !(melMul > 0.0f) || !(melDiv > 0.0f)) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len),
+                                              zem::ensure(melMul > 0.0f && melDiv > 0.0f, zemStatusBadSize)))
+        return s;
     const double inv = 1.0 / melDiv;
     for (int i = 0; i < len; ++i) dst[i] = static_cast<float>(melMul * std::log(1.0 + src[i] * inv));
     return zemStatusOk;
 }
 
 ZEMSR_API ZemStatus zemsMelToLinear_32f(const Zem32f* src, Zem32f* dst, int len, Zem32f melMul, Zem32f melDiv) {
-    if (!src || !dst) return zemStatusNullPointer;
-    if (len <= 0 || !(melMul > 0.0f) || !(melDiv > 0.0f)) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len),
+                                              zem::ensure(melMul > 0.0f && melDiv > 0.0f, zemStatusBadSize)))
+        return s;
     const double inv = 1.0 / melMul;
     for (int i = 0; i < len; ++i) dst[i] = static_cast<float>(melDiv * (std::exp(src[i] * inv) - 1.0));
     return zemStatusOk;

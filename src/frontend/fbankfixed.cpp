@@ -5,22 +5,10 @@
 #include <cstring>
 
 #include "fbank.h"
-#include "frame/carve.h"
-#include "zemcore.h"
+#include "frame/check.h"
+#include "frame/record.h"
 
 namespace {
-
-// Row blocks as in the other banks: pointers, then rows at 32-byte boundaries with a
-// stride of the row length rounded up to 8; rising rows advanced by 3.
-template <class W>
-W** carveRows(zem::Carver& carver, int count, int64_t len, bool rising) {
-    const int64_t stride = (len + 7) & ~int64_t{7};
-    W** rows = carver.take<W*>(count, 32);
-    W* first = carver.take<W>(count * stride, 32);
-    std::memset(first, 0, sizeof(W) * static_cast<size_t>(count * stride));
-    for (int r = 0; r < count; ++r) rows[r] = first + r * stride + (rising ? zem::fbank::kRisingAdvance : 0);
-    return rows;
-}
 
 // ---- Aurora banks ----------------------------------------------------------------------------------
 
@@ -69,22 +57,25 @@ void normalise(W* low, int lowCount, W* high, int highCount) {
     for (int j = 0; j < highCount; ++j) high[j] = scaled(high[j]);
 }
 
+// The record, its centres and its two row blocks; null while measuring.
 template <class State>
-State* auroraRecord(Zem8u* memory, int nFilter, int centreCount) {
-    using W = std::remove_pointer_t<decltype(State::work)>;
-    auto* st = reinterpret_cast<State*>(memory);
-    std::memset(static_cast<void*>(st), 0, sizeof(State));
-    zem::Carver carver(memory + sizeof(State));
-    st->centers = carver.take<Zem32s>(centreCount, 32);
-    st->lowCoeffs = carveRows<W>(carver, nFilter + 2, kAuroraN / 2 + 3, true);
-    st->highCoeffs = carveRows<W>(carver, nFilter + 2, kAuroraN / 2, false);
+State* layAurora(zem::Arena& arena, int nFilter, int centreCount) {
+    using W = zem::fbank::WeightOf<State>;
+    State* st = arena.record<State>();
+    Zem32s* centers = arena.take<Zem32s>(centreCount);
+    W** low = zem::fbank::takeRows<W>(arena, nFilter + 2, kAuroraN / 2 + 3, true);
+    W** high = zem::fbank::takeRows<W>(arena, nFilter + 2, kAuroraN / 2, false);
+    if (arena.measuring()) return nullptr;
+    st->centers = centers;
+    st->lowCoeffs = low;
+    st->highCoeffs = high;
     st->mode = 2;
     st->fftLength = kAuroraN;
     st->nFilter = nFilter;
     st->nLinear = nFilter;
     st->melMul = 2595.0f;
     st->melDiv = 700.0f;
-    if constexpr (sizeof(State) != sizeof(ZemsFBankState_32f)) st->weightScale = 14;
+    if constexpr (zem::fbank::BankTraits<State>::kQ14) st->weightScale = 14;
     st->ready = 1;
     return st;
 }
@@ -93,7 +84,7 @@ State* auroraRecord(Zem8u* memory, int nFilter, int centreCount) {
 // centres shifted up by one with c[0] = 0 (28 entries; row 25 is an empty extra row).
 template <class State>
 void auroraLow(State* st) {
-    using W = std::remove_pointer_t<decltype(State::work)>;
+    using W = zem::fbank::WeightOf<State>;
     Zem32s c[27];
     auroraCentres(c, 27, 1.0014286041259766, 24.0);
     const int L = c[1] - c[0];
@@ -125,26 +116,23 @@ void auroraHigh(State* st) {
 
 constexpr Zem32s kLowSize32f = 15768, kLowSize16s = 15776, kHighSize32f = 3184, kHighSize16s = 3192;
 
+// The low bank (25 filters, 28 centres) or the high one (3 filters, 5 centres), in the
+// caller's buffer or in a block of its own.
 template <class State, bool kLow>
-ZemStatus auroraInit(State* memory) {
-    if (!memory) return zemStatusNullPointer;
-    State* st = auroraRecord<State>(reinterpret_cast<Zem8u*>(memory), kLow ? 25 : 3, kLow ? 28 : 5);
+void auroraBank(State* buffer, State** out) {
+    auto lay = [](zem::Arena& arena) { return layAurora<State>(arena, kLow ? 25 : 3, kLow ? 28 : 5); };
+    State* st = out ? *out : zem::buildInBuffer<State>(buffer, 0, lay);
     if (kLow) auroraLow(st);
     else auroraHigh(st);
-    return zemStatusOk;
 }
 
-// An allocated Aurora bank: one block, released by Free as the record's only piece.
 template <class State, bool kLow>
-ZemStatus auroraInitAlloc(State** state, Zem32s size) {
-    if (!state) return zemStatusNullPointer;
-    void* block = zemMalloc(size + 32);
-    if (!block) return zemStatusNoMemory;
-    State* st = zem::alignUp<State>(block, 32);
-    auroraInit<State, kLow>(st);
-    st->pieces[0] = block;
-    st->pieceCount = 1;
-    *state = st;
+ZemStatus auroraAlloc(State** out) {
+    auto lay = [](zem::Arena& arena) { return layAurora<State>(arena, kLow ? 25 : 3, kLow ? 28 : 5); };
+    State* st = nullptr;
+    if (zem::allocateRecord(&st, 0, lay) != zemStatusOk) return zemStatusNoMemory;
+    auroraBank<State, kLow>(nullptr, &st);
+    *out = st;
     return zemStatusOk;
 }
 
@@ -197,7 +185,7 @@ const ExpTables& expTables() {
 // The centre of mel value q (Q22): 2^(q / melMul / ln 2) by a Q53 logarithm, its integer
 // power by a shift and its fraction by the product of (1 +- 2^-(i+1)) factors; then
 // exp - 1, times ratio and melDiv, rounded with bit 21.
-Zem32s fixedCentre(int64_t q, int64_t melMul, int64_t ratio, int64_t dq) {
+Zem32s fixedCentre(int64_t q, int64_t melMul, int64_t ratio, int64_t dq, int64_t half) {
     const ExpTables& tables = expTables();
     const int64_t t = ((q << 22) / (melMul << 7)) * 3098164009LL;
     const int64_t ip = t >> 53;
@@ -223,7 +211,10 @@ Zem32s fixedCentre(int64_t q, int64_t melMul, int64_t ratio, int64_t dq) {
     const int64_t u = e22 - (int64_t{1} << 22);
     const int64_t P = mulShift22(ratio, dq);
     const int64_t v = mulShift22(P, u);
-    return static_cast<Zem32s>((v >> 22) + ((v >> 21) & 1));
+    const int64_t c = (v >> 22) + ((v >> 21) & 1);
+    // A centre past the spectrum (this form does not hold highFreq to half the rate) is
+    // kept at N/2, so that no slope reaches beyond the rows of the bank.
+    return static_cast<Zem32s>(c < 0 ? 0 : (c > half ? half : c));
 }
 
 int fixedOrderFor(int frameLen) {
@@ -232,105 +223,150 @@ int fixedOrderFor(int frameLen) {
     return order;
 }
 
-}  // namespace
-
-extern "C" {
-
-ZEMSR_API ZemStatus zemsMelFBankGetSizeLow_Aurora_32f(Zem32s* size) {
-    if (!size) return zemStatusNullPointer;
-    *size = kLowSize32f;
-    return zemStatusOk;
-}
-ZEMSR_API ZemStatus zemsMelFBankGetSizeLow_Aurora_16s(Zem32s* size) {
-    if (!size) return zemStatusNullPointer;
-    *size = kLowSize16s;
-    return zemStatusOk;
-}
-ZEMSR_API ZemStatus zemsMelFBankGetSizeHigh_Aurora_32f(Zem32s* size) {
-    if (!size) return zemStatusNullPointer;
-    *size = kHighSize32f;
-    return zemStatusOk;
-}
-ZEMSR_API ZemStatus zemsMelFBankGetSizeHigh_Aurora_16s(Zem32s* size) {
-    if (!size) return zemStatusNullPointer;
-    *size = kHighSize16s;
-    return zemStatusOk;
-}
-ZEMSR_API ZemStatus zemsMelFBankInitLow_Aurora_32f(ZemsFBankState_32f* state) { return auroraInit<ZemsFBankState_32f, true>(state); }
-ZEMSR_API ZemStatus zemsMelFBankInitLow_Aurora_16s(ZemsFBankState_16s* state) { return auroraInit<ZemsFBankState_16s, true>(state); }
-ZEMSR_API ZemStatus zemsMelFBankInitHigh_Aurora_32f(ZemsFBankState_32f* state) { return auroraInit<ZemsFBankState_32f, false>(state); }
-ZEMSR_API ZemStatus zemsMelFBankInitHigh_Aurora_16s(ZemsFBankState_16s* state) { return auroraInit<ZemsFBankState_16s, false>(state); }
-ZEMSR_API ZemStatus zemsMelFBankInitAllocLow_Aurora_32f(ZemsFBankState_32f** state) {
-    return auroraInitAlloc<ZemsFBankState_32f, true>(state, kLowSize32f);
-}
-ZEMSR_API ZemStatus zemsMelFBankInitAllocLow_Aurora_16s(ZemsFBankState_16s** state) {
-    return auroraInitAlloc<ZemsFBankState_16s, true>(state, kLowSize16s);
-}
-ZEMSR_API ZemStatus zemsMelFBankInitAllocHigh_Aurora_32f(ZemsFBankState_32f** state) {
-    return auroraInitAlloc<ZemsFBankState_32f, false>(state, kHighSize32f);
-}
-ZEMSR_API ZemStatus zemsMelFBankInitAllocHigh_Aurora_16s(ZemsFBankState_16s** state) {
-    return auroraInitAlloc<ZemsFBankState_16s, false>(state, kHighSize16s);
-}
-
-// nFilter above N/2 is refused here, one tighter than Init, on purpose.
-ZEMSR_API ZemStatus zemsMelFBankGetSize_32s(int frameLen, int nFilter, int mode, Zem32s* size) {
-    if (!size) return zemStatusNullPointer;
-    if (nFilter < 1 || frameLen < 32 || frameLen > 8192) return zemStatusBadSize;
-    if (mode != 2) return zemStatusBadMelFlag;
-    const int n = 1 << fixedOrderFor(frameLen);
-    if (nFilter > n / 2) return zemStatusBadSize;
-    *size = 4 * nFilter + 176 + 2 * (nFilter + 2) * (2 * n + 40);
-    return zemStatusOk;
-}
-
-ZEMSR_API ZemStatus zemsMelFBankInit_32s(ZemsFBankState_32s* state, Zem32s* fftOrder, int frameLen, Zem32s sampFreq,
-                                         Zem32s lowFreq, Zem32s highFreq, int nFilter, Zem32s melMul, Zem32s melDiv,
-                                         int mode) {
-    if (!state || !fftOrder) return zemStatusNullPointer;
-    if (nFilter < 1 || highFreq < 1 || frameLen < 32 || frameLen > 8192) return zemStatusBadSize;
-    if (mode != 2) return zemStatusBadMelFlag;
-    if (sampFreq < 1 || sampFreq > 48000 || lowFreq < 0) return zemStatusBadSize;
-    if (highFreq <= lowFreq || highFreq > 24000) return zemStatusBadFreqRange;
-    if (melDiv < 0x80001 || melDiv > 0x0FFFFFFF || melMul < 0x80001 || melMul > 0x3FFFFFFF) return zemStatusBadArg;
-    const int order = fixedOrderFor(frameLen);
-    const int n = 1 << order;
-    *fftOrder = order;
-    if (nFilter > n / 2 + 1) return zemStatusBadSize;
-
-    auto* memory = reinterpret_cast<Zem8u*>(state);
-    std::memset(static_cast<void*>(state), 0, sizeof(ZemsFBankState_32s));
-    zem::Carver carver(memory + sizeof(ZemsFBankState_32s));
-    state->centers = carver.take<Zem32s>(nFilter + 2, 32);
-    // Rows of N/2 entries with room for a rising run of N/2 + 1.
-    auto rows = [&](int count) {
+// The record, its centres and two blocks of nFilter + 2 rows of N/2 entries with room for
+// a rising run of N/2 + 1, in the caller's buffer.
+ZemsFBankState_32s* layFixed(void* buffer, int nFilter, int n) {
+    zem::Arena arena = zem::Arena::forBuffer(buffer);
+    auto* st = arena.record<ZemsFBankState_32s>();
+    st->centers = arena.take<Zem32s>(int64_t{nFilter} + 2);
+    auto rows = [&](int64_t count) {
         const int64_t stride = n / 2 + 4;
-        Zem32s** pointers = carver.take<Zem32s*>(count, 32);
-        Zem32s* first = carver.take<Zem32s>(count * stride, 32);
-        std::memset(first, 0, sizeof(Zem32s) * static_cast<size_t>(count * stride));
-        for (int r = 0; r < count; ++r) pointers[r] = first + r * stride;
+        Zem32s** pointers = arena.take<Zem32s*>(count);
+        Zem32s* first = arena.take<Zem32s>(count * stride);
+        for (int64_t r = 0; r < count; ++r) pointers[r] = first + r * stride;
         return pointers;
     };
-    state->lowCoeffs = rows(nFilter + 2);
-    state->highCoeffs = rows(nFilter + 2);
-    state->mode = 2;
-    state->nFilter = nFilter;
-    state->halfLength = n / 2 + 1;
+    st->lowCoeffs = rows(int64_t{nFilter} + 2);
+    st->highCoeffs = rows(int64_t{nFilter} + 2);
+    st->mode = 2;
+    st->nFilter = nFilter;
+    st->halfLength = n / 2 + 1;
+    return st;
+}
 
+// Centres from integer logarithms and exponentials, then Q30 bin weights.
+void fixedBank(ZemsFBankState_32s* st, int n, Zem32s sampFreq, Zem32s lowFreq, Zem32s highFreq, Zem32s melMul,
+               Zem32s melDiv) {
+    const int nFilter = st->nFilter;
     const int64_t dq = int64_t{melDiv} << 7;
     const int64_t lnDq = lnQ22(dq);
     auto melQ22 = [&](int64_t f) { return ((lnQ22((f << 22) + dq) - lnDq) * melMul) >> 15; };
     const int64_t mLow = melQ22(lowFreq), delta = melQ22(highFreq) - mLow;
     const int64_t ratio = (int64_t{n} << 22) / sampFreq;
     int64_t acc = mLow * (nFilter + 1);
-    Zem32s* c = state->centers;
-    for (int k = 0; k <= nFilter + 1; ++k, acc += delta) c[k] = fixedCentre(acc / (nFilter + 1), melMul, ratio, dq);
+    Zem32s* c = st->centers;
+    for (int k = 0; k <= nFilter + 1; ++k, acc += delta) c[k] = fixedCentre(acc / (nFilter + 1), melMul, ratio, dq, n / 2);
     for (int i = 1; i <= nFilter; ++i) {
         for (int64_t k = c[i - 1]; k <= c[i]; ++k)
-            state->lowCoeffs[i - 1][k - c[i - 1]] = static_cast<Zem32s>(((k - c[i - 1] + 1) << 30) / (int64_t{c[i]} - c[i - 1] + 1));
+            st->lowCoeffs[i - 1][k - c[i - 1]] = static_cast<Zem32s>(((k - c[i - 1] + 1) << 30) / (int64_t{c[i]} - c[i - 1] + 1));
         for (int64_t k = int64_t{c[i]} + 1; k <= c[i + 1]; ++k)
-            state->highCoeffs[i - 1][k - c[i] - 1] = static_cast<Zem32s>(((c[i + 1] + 1 - k) << 30) / (int64_t{c[i + 1]} - c[i] + 1));
+            st->highCoeffs[i - 1][k - c[i] - 1] = static_cast<Zem32s>(((c[i + 1] + 1 - k) << 30) / (int64_t{c[i + 1]} - c[i] + 1));
     }
+}
+
+}  // namespace
+
+extern "C" {
+
+ZEMSR_API ZemStatus zemsMelFBankGetSizeLow_Aurora_32f(Zem32s* size) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(size))) return s;
+    *size = kLowSize32f;
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsMelFBankGetSizeLow_Aurora_16s(Zem32s* size) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(size))) return s;
+    *size = kLowSize16s;
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsMelFBankGetSizeHigh_Aurora_32f(Zem32s* size) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(size))) return s;
+    *size = kHighSize32f;
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsMelFBankGetSizeHigh_Aurora_16s(Zem32s* size) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(size))) return s;
+    *size = kHighSize16s;
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsMelFBankInitLow_Aurora_32f(ZemsFBankState_32f* state) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state))) return s;
+    auroraBank<ZemsFBankState_32f, true>(state, nullptr);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsMelFBankInitLow_Aurora_16s(ZemsFBankState_16s* state) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state))) return s;
+    auroraBank<ZemsFBankState_16s, true>(state, nullptr);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsMelFBankInitHigh_Aurora_32f(ZemsFBankState_32f* state) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state))) return s;
+    auroraBank<ZemsFBankState_32f, false>(state, nullptr);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsMelFBankInitHigh_Aurora_16s(ZemsFBankState_16s* state) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state))) return s;
+    auroraBank<ZemsFBankState_16s, false>(state, nullptr);
+    return zemStatusOk;
+}
+
+ZEMSR_API ZemStatus zemsMelFBankInitAllocLow_Aurora_32f(ZemsFBankState_32f** state) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state))) return s;
+    return auroraAlloc<ZemsFBankState_32f, true>(state);
+}
+
+ZEMSR_API ZemStatus zemsMelFBankInitAllocLow_Aurora_16s(ZemsFBankState_16s** state) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state))) return s;
+    return auroraAlloc<ZemsFBankState_16s, true>(state);
+}
+
+ZEMSR_API ZemStatus zemsMelFBankInitAllocHigh_Aurora_32f(ZemsFBankState_32f** state) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state))) return s;
+    return auroraAlloc<ZemsFBankState_32f, false>(state);
+}
+
+ZEMSR_API ZemStatus zemsMelFBankInitAllocHigh_Aurora_16s(ZemsFBankState_16s** state) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state))) return s;
+    return auroraAlloc<ZemsFBankState_16s, false>(state);
+}
+
+// nFilter above N/2 is refused here, one tighter than Init, on purpose.
+ZEMSR_API ZemStatus zemsMelFBankGetSize_32s(int frameLen, int nFilter, int mode, Zem32s* size) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(size),
+                                              zem::atLeastOne(nFilter),
+                                              zem::within(frameLen, 32, 8192, zemStatusBadSize),
+                                              zem::ensure(mode == 2, zemStatusBadMelFlag),
+                                              zem::checkedBy([&] { return nFilter > (1 << fixedOrderFor(frameLen)) / 2 ? zemStatusBadSize : zemStatusOk; })))
+        return s;
+    const int n = 1 << fixedOrderFor(frameLen);
+    *size = 4 * nFilter + 176 + 2 * (nFilter + 2) * (2 * n + 40);
+    return zemStatusOk;
+}
+
+// The last check comes after fftOrder is stored, as the form requires.
+ZEMSR_API ZemStatus zemsMelFBankInit_32s(ZemsFBankState_32s* state, Zem32s* fftOrder, int frameLen, Zem32s sampFreq,
+                                         Zem32s lowFreq, Zem32s highFreq, int nFilter, Zem32s melMul, Zem32s melDiv,
+                                         int mode) {
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, fftOrder),
+                                              zem::ensure(nFilter >= 1 && highFreq >= 1, zemStatusBadSize),
+                                              zem::within(frameLen, 32, 8192, zemStatusBadSize),
+                                              zem::ensure(mode == 2, zemStatusBadMelFlag),
+                                              zem::within(sampFreq, 1, 48000, zemStatusBadSize),
+                                              zem::ensure(lowFreq >= 0, zemStatusBadSize),
+                                              zem::ensure(highFreq > lowFreq && highFreq <= 24000, zemStatusBadFreqRange),
+                                              zem::within(melDiv, 0x80001, 0x0FFFFFFF, zemStatusBadArg),
+                                              zem::within(melMul, 0x80001, 0x3FFFFFFF, zemStatusBadArg)))
+        return s;
+    const int order = fixedOrderFor(frameLen), n = 1 << order;
+    *fftOrder = order;
+    if (const ZemStatus s = zem::firstFailure(zem::within(nFilter, 1, n / 2 + 1, zemStatusBadSize))) return s;
+    fixedBank(layFixed(state, nFilter, n), n, sampFreq, lowFreq, highFreq, melMul, melDiv);
     return zemStatusOk;
 }
 

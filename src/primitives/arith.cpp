@@ -8,23 +8,20 @@
 #include "own.h"
 #include "threading.h"
 
-using zem::anyNull;
 
 namespace {
 
 // Checks a unary-in-place or binary operation and applies op to every element.
 template <class S, class D, class Op>
 ZemStatus mapInPlace(const S* src, D* srcDst, int len, Op op) {
-    if (anyNull(src, srcDst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, srcDst), zem::atLeastOne(len))) return s;
     for (int i = 0; i < len; ++i) srcDst[i] = op(src[i], srcDst[i]);
     return zemStatusOk;
 }
 
 template <class T>
 ZemStatus mulConstInPlace(T val, T* srcDst, int len) {
-    if (anyNull(srcDst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(srcDst), zem::atLeastOne(len))) return s;
     if (val == T(1)) return zemStatusOk;
     if (val == T(0)) {
         // Zero fill: infinities and NaNs become zero as well.
@@ -69,8 +66,7 @@ ZemStatus ownMaxEvery_32f_I(const Zem32f* src, Zem32f* srcDst, int len) {
     return mapInPlace(src, srcDst, len, [](Zem32f s, Zem32f d) { return s > d ? s : d; });
 }
 ZemStatus ownAbs_64f(const Zem64f* src, Zem64f* dst, int len) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     for (int i = 0; i < len; ++i) dst[i] = std::fabs(src[i]);
     return zemStatusOk;
 }
@@ -78,29 +74,25 @@ ZemStatus ownAbs_64f(const Zem64f* src, Zem64f* dst, int len) {
 ZemStatus ownAddC_32f(const Zem32f* src, Zem32f val, Zem32f* dst, int len) {
     // Adding zero is a copy: a -0 element stays -0.
     if (val == 0.0f) return ownCopy_32f(src, dst, len);
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     for (int i = 0; i < len; ++i) dst[i] = src[i] + val;
     return zemStatusOk;
 }
 
 ZemStatus ownAddC_32f_I(Zem32f val, Zem32f* srcDst, int len) {
-    if (anyNull(srcDst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(srcDst), zem::atLeastOne(len))) return s;
     for (int i = 0; i < len; ++i) srcDst[i] += val;
     return zemStatusOk;
 }
 
 ZemStatus ownMul_32f(const Zem32f* src1, const Zem32f* src2, Zem32f* dst, int len) {
-    if (anyNull(src1, src2, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src1, src2, dst), zem::atLeastOne(len))) return s;
     for (int i = 0; i < len; ++i) dst[i] = src1[i] * src2[i];
     return zemStatusOk;
 }
 
 ZemStatus ownMul_16s_Sfs(const Zem16s* src1, const Zem16s* src2, Zem16s* dst, int len, int scaleFactor) {
-    if (anyNull(src1, src2, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src1, src2, dst), zem::atLeastOne(len))) return s;
     if (scaleFactor > 30) return ownZero_16s(dst, len);
     for (int i = 0; i < len; ++i) dst[i] = scaleProduct(int32_t{src1[i]} * src2[i], scaleFactor);
     return zemStatusOk;
@@ -110,9 +102,9 @@ ZemStatus ownMulC_32f_I(Zem32f val, Zem32f* srcDst, int len) { return mulConstIn
 ZemStatus ownMulC_64f_I(Zem64f val, Zem64f* srcDst, int len) { return mulConstInPlace(val, srcDst, len); }
 
 ZemStatus ownDivC_64f(const Zem64f* src, Zem64f val, Zem64f* dst, int len) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
-    if (val == 0.0) return zemStatusDivideByZero;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len),
+                                              zem::ensure(val != 0.0, zemStatusDivideByZero)))
+        return s;
     const Zem64f inv = 1.0 / val;
     for (int i = 0; i < len; ++i) dst[i] = src[i] * inv;
     return zemStatusOk;
@@ -121,8 +113,7 @@ ZemStatus ownDivC_64f(const Zem64f* src, Zem64f val, Zem64f* dst, int len) {
 ZemStatus ownDivC_64f_I(Zem64f val, Zem64f* srcDst, int len) { return ownDivC_64f(srcDst, val, srcDst, len); }
 
 ZemStatus ownSqrt_64f_I(Zem64f* srcDst, int len) {
-    if (anyNull(srcDst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(srcDst), zem::atLeastOne(len))) return s;
     const int reports = zem::runMaybeThreaded(len, 512, [srcDst](int start, int count) {
         bool negative = false;
         Zem64f* p = srcDst + start;

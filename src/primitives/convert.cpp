@@ -14,7 +14,6 @@
 #include "own.h"
 #include "simd.h"
 
-using zem::anyNull;
 namespace simd = zem::simd;
 
 namespace {
@@ -46,8 +45,7 @@ ScaleSteps<T> scaleSteps(int sf) {
 
 template <class Src, class Dst>
 ZemStatus widen(const Src* src, Dst* dst, int len) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     zem::RoundingGuard nearest(zem::RoundingGuard::kNearest);
     for (int i = 0; i < len; ++i) dst[i] = static_cast<Dst>(src[i]);
     return zemStatusOk;
@@ -57,8 +55,7 @@ ZemStatus widen(const Src* src, Dst* dst, int len) {
 // [minExp, maxExp].
 template <class Src, class Dst>
 ZemStatus widenScaled(const Src* src, Dst* dst, int len, int sf, int minExp, int maxExp) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     zem::RoundingGuard nearest(zem::RoundingGuard::kNearest);
     const int64_t e = -static_cast<int64_t>(sf);
     const int exponent = static_cast<int>(e < minExp ? minExp : (e > maxExp ? maxExp : e));
@@ -130,8 +127,7 @@ ZemStatus ownConvert_16s64f_Sfs(const Zem16s* src, Zem64f* dst, int len, int sca
 }
 
 ZemStatus ownConvert_32s16s_Sfs(const Zem32s* src, Zem16s* dst, int len, int scaleFactor) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     if (scaleFactor >= 0) {
         const int shift = scaleFactor > 31 ? 31 : scaleFactor;
         for (int i = 0; i < len; ++i) dst[i] = zem::saturate16(src[i] >> shift);
@@ -143,24 +139,21 @@ ZemStatus ownConvert_32s16s_Sfs(const Zem32s* src, Zem16s* dst, int len, int sca
 }
 
 ZemStatus ownConvert_32f16s_Sfs(const Zem32f* src, Zem16s* dst, int len, int mode, int scaleFactor) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     zem::RoundingGuard nearest(zem::RoundingGuard::kNearest);
     floatToInt(src, dst, len, mode != 0, scaleFactor);
     return zemStatusOk;
 }
 
 ZemStatus ownConvert_32f32s_Sfs(const Zem32f* src, Zem32s* dst, int len, int mode, int scaleFactor) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     zem::RoundingGuard nearest(zem::RoundingGuard::kNearest);
     floatToInt(src, dst, len, mode != 0, scaleFactor);
     return zemStatusOk;
 }
 
 ZemStatus ownConvert_64f32s_Sfs(const Zem64f* src, Zem32s* dst, int len, int mode, int scaleFactor) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     const ScaleSteps<double> steps = scaleSteps<double>(scaleFactor);
     for (int i = 0; i < len; ++i) {
         double t = src[i] * steps.first * steps.second;

@@ -18,7 +18,6 @@
 #include "simd.h"
 #include "threading.h"
 
-using zem::anyNull;
 namespace simd = zem::simd;
 
 namespace {
@@ -118,8 +117,7 @@ bool divideSlice64f(const double* den, const double* num, double* dst, int count
 }  // namespace
 
 ZemStatus ownDiv_32f(const Zem32f* src1, const Zem32f* src2, Zem32f* dst, int len) {
-    if (anyNull(src1, src2, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src1, src2, dst), zem::atLeastOne(len))) return s;
     const int reports = zem::runMaybeThreaded(len, 4096, [=](int start, int count) {
         return divideSlice32f(src1, src2, dst, start, count, len);
     });
@@ -127,14 +125,12 @@ ZemStatus ownDiv_32f(const Zem32f* src1, const Zem32f* src2, Zem32f* dst, int le
 }
 
 ZemStatus ownDiv_32f_I(const Zem32f* src, Zem32f* srcDst, int len) {
-    if (anyNull(src, srcDst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, srcDst), zem::atLeastOne(len))) return s;
     return divideSlice32f(src, srcDst, srcDst, 0, len, len) ? zemStatusDivideByZeroWarning : zemStatusOk;
 }
 
 ZemStatus ownDiv_64f(const Zem64f* src1, const Zem64f* src2, Zem64f* dst, int len) {
-    if (anyNull(src1, src2, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src1, src2, dst), zem::atLeastOne(len))) return s;
     const int reports = zem::runMaybeThreaded(len, 1024, [=](int start, int count) {
         return divideSlice64f(src1 + start, src2 + start, dst + start, count);
     });

@@ -13,9 +13,9 @@
 #include <immintrin.h>
 
 #include "fftstate.h"
-#include "frame/carve.h"
+#include "frame/check.h"
+#include "frame/record.h"
 #include "own.h"
-#include "zemcore.h"
 
 namespace {
 
@@ -286,23 +286,27 @@ enum class Layout { CCS, Pack, Perm };
 
 // ---- States ----------------------------------------------------------------------------------------
 
-ZemStatus checkSetup(int order) {
-    if (order < 0 || order > 30) return zemStatusBadOrder;
-    return zemStatusOk;
+}  // namespace
+
+namespace zem::fft {
+
+// The state and its tables at 32-byte boundaries: the record, the stage twiddles (half
+// lengths of 64 points and more) and the real-split weights (orders above 4); null while
+// measuring.
+ZemsFFTState_R_32f* layState(zem::Arena& arena, int order) {
+    auto* st = arena.take<ZemsFFTState_R_32f>(1);
+    const int64_t n = int64_t{1} << order, h2 = n / 2;
+    float* twiddles = order > 4 && order - 1 >= 6 ? arena.take<float>(2 * twiddleCount(h2)) : nullptr;
+    float* split = order > 4 ? arena.take<float>(2 * (n / 4 + 1)) : nullptr;
+    if (arena.measuring()) return nullptr;
+    st->twiddles = twiddles;
+    st->split = split;
+    return st;
 }
 
-ZemStatus checkFlagAndLength(int order, int flag) {
-    if (flag != 1 && flag != 2 && flag != 4 && flag != 8) return zemStatusBadFlag;
-    if (order > kMaxOrder) return zemStatusBadOrder;
-    return zemStatusOk;
-}
-
-// Builds a state in memState (tables in it) using memInit as scratch for the large orders.
-ZemsFFTState_R_32f* buildState(int order, int flag, int hint, Zem8u* memState, Zem8u* memInit) {
-    zem::Carver carver(memState);
-    auto* st = carver.take<ZemsFFTState_R_32f>(1);
+// The fields and tables of a laid-out state, using memInit as scratch for the large orders.
+void fillState(ZemsFFTState_R_32f* st, int order, int flag, int hint, Zem8u* memInit) {
     const int64_t n = int64_t{1} << order;
-    st->id = kFFTStateId;
     st->order = order;
     st->scaleFwd = flag == 1 || flag == 4;
     st->scaleInv = flag == 2 || flag == 4;
@@ -310,38 +314,41 @@ ZemsFFTState_R_32f* buildState(int order, int flag, int hint, Zem8u* memState, Z
                           : (flag == 8 ? 1.0f : static_cast<float>(1.0 / static_cast<double>(n)));
     st->hint = hint;
     st->bufSize = static_cast<Zem32s>(fftSizes(order).buf);
-    st->owned = 0;
-    st->twiddles = nullptr;
-    st->split = nullptr;
-    st->allocation = nullptr;
-    if (order <= 4) return st;
+    if (order <= 4) return;
     const int64_t h2 = n / 2;
     QuarterWave wave{quarterWave1024(), n, order <= 10 ? 1 << (10 - order) : 1};
     if (order > 10) {
         // The quarter-wave table of this order: sines to N/8 in double, then cosines.
-        float* q = zem::Carver(memInit).take<float>(n / 4 + 1);
+        float* q = zem::alignUp<float>(memInit, 32);
         for (int64_t k = 0; k <= n / 8; ++k) q[k] = static_cast<float>(std::sin(2.0 * M_PI * static_cast<double>(k) / n));
         for (int64_t k = n / 8 + 1; k <= n / 4; ++k)
             q[k] = static_cast<float>(std::cos(2.0 * M_PI * static_cast<double>(n / 4 - k) / n));
         wave = {q, n, 1};
     }
-    if (order - 1 >= 6) {
-        st->twiddles = carver.take<float>(2 * twiddleCount(h2));
-        fillTwiddles(st->twiddles, h2, wave);
-    }
-    st->split = carver.take<float>(2 * (n / 4 + 1));
+    if (st->twiddles) fillTwiddles(st->twiddles, h2, wave);
     fillSplit(st->split, n, wave);
-    return st;
 }
+
+}  // namespace zem::fft
+
+namespace {
+
+using zem::fft::fillState;
+using zem::fft::layState;
+
+bool flagAllowed(int flag) { return flag == 1 || flag == 2 || flag == 4 || flag == 8; }
 
 }  // namespace
 
 // ---- Set-up ------------------------------------------------------------------------------------------
 
+// Orders 28 to 30 pass the first order test and fail the second, after the flag.
 ZemStatus ownFFTGetSize_R_32f(int order, int flag, int, Zem32s* sizeState, Zem32s* sizeInit, Zem32s* sizeBuf) {
-    if (const ZemStatus s = checkSetup(order); s != zemStatusOk) return s;
-    if (!sizeState || !sizeInit || !sizeBuf) return zemStatusNullPointer;
-    if (const ZemStatus s = checkFlagAndLength(order, flag); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::within(order, 0, 30, zemStatusBadOrder),
+                                              zem::nonNull(sizeState, sizeInit, sizeBuf),
+                                              zem::ensure(flagAllowed(flag), zemStatusBadFlag),
+                                              zem::within(order, 0, kMaxOrder, zemStatusBadOrder)))
+        return s;
     const Sizes s = fftSizes(order);
     *sizeState = static_cast<Zem32s>(s.state);
     *sizeInit = static_cast<Zem32s>(s.init);
@@ -350,45 +357,49 @@ ZemStatus ownFFTGetSize_R_32f(int order, int flag, int, Zem32s* sizeState, Zem32
 }
 
 ZemStatus ownFFTInit_R_32f(ZemsFFTState_R_32f** state, int order, int flag, int hint, Zem8u* memState, Zem8u* memInit) {
-    if (!state) return zemStatusNullPointer;
-    if (const ZemStatus s = checkSetup(order); s != zemStatusOk) return s;
-    if (!memState || (!memInit && order > 10 && order <= 30)) return zemStatusNullPointer;
-    if (const ZemStatus s = checkFlagAndLength(order, flag); s != zemStatusOk) return s;
-    *state = buildState(order, flag, hint, memState, memInit);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state),
+                                              zem::within(order, 0, 30, zemStatusBadOrder),
+                                              zem::nonNull(memState),
+                                              zem::ensure(memInit || order <= 10, zemStatusNullPointer),
+                                              zem::ensure(flagAllowed(flag), zemStatusBadFlag),
+                                              zem::within(order, 0, kMaxOrder, zemStatusBadOrder)))
+        return s;
+    ZemsFFTState_R_32f* st = zem::buildInBuffer<ZemsFFTState_R_32f>(
+        memState, kFFTStateId, [&](zem::Arena& arena) { return layState(arena, order); });
+    fillState(st, order, flag, hint, memInit);
+    *state = st;
     return zemStatusOk;
 }
 
+// One block for the state; the set-up scratch of the large orders only for the call.
 ZemStatus ownFFTInitAlloc_R_32f(ZemsFFTState_R_32f** state, int order, int flag, int hint) {
-    if (!state) return zemStatusNullPointer;
-    if (const ZemStatus s = checkSetup(order); s != zemStatusOk) return s;
-    if (const ZemStatus s = checkFlagAndLength(order, flag); s != zemStatusOk) return s;
-    const Sizes sizes = fftSizes(order);
-    auto* block = static_cast<Zem8u*>(zemMalloc(sizes.state));
-    if (!block) return zemStatusNoMemory;
-    Zem8u* init = sizes.init > 0 ? static_cast<Zem8u*>(zemMalloc(sizes.init)) : nullptr;
-    if (sizes.init > 0 && !init) {
-        zemFree(block);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state),
+                                              zem::within(order, 0, 30, zemStatusBadOrder),
+                                              zem::ensure(flagAllowed(flag), zemStatusBadFlag),
+                                              zem::within(order, 0, kMaxOrder, zemStatusBadOrder)))
+        return s;
+    zem::HeapScratch<Zem8u> init(fftSizes(order).init);
+    ZemsFFTState_R_32f* st = nullptr;
+    if (!init.ok() || zem::allocateRecord(&st, kFFTStateId, [&](zem::Arena& arena) { return layState(arena, order); }) !=
+                          zemStatusOk)
         return zemStatusNoMemory;
-    }
-    ZemsFFTState_R_32f* st = buildState(order, flag, hint, block, init);
-    zemFree(init);
-    st->owned = 1;
-    st->allocation = block;
+    fillState(st, order, flag, hint, init.data());
     *state = st;
     return zemStatusOk;
 }
 
 ZemStatus ownFFTFree_R_32f(ZemsFFTState_R_32f* state) {
-    if (!state) return zemStatusNullPointer;
-    if (state->id != kFFTStateId) return zemStatusBadContext;
-    state->id = 0;
-    if (state->owned) zemFree(state->allocation);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state),
+                                              zem::ensure([&] { return state->id == kFFTStateId; }, zemStatusBadContext)))
+        return s;
+    zem::releaseRecord(state);
     return zemStatusOk;
 }
 
 ZemStatus ownFFTGetBufSize_R_32f(const ZemsFFTState_R_32f* state, Zem32s* size) {
-    if (!state || !size) return zemStatusNullPointer;
-    if (state->id != kFFTStateId) return zemStatusBadContext;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state, size),
+                                              zem::ensure([&] { return state->id == kFFTStateId; }, zemStatusBadContext)))
+        return s;
     *size = state->bufSize;
     return zemStatusOk;
 }
@@ -401,25 +412,19 @@ namespace {
 // block allocated for the call, or the stack for the small orders.
 class Work {
 public:
-    Work(const ZemsFFTState_R_32f* st, Zem8u* buffer) {
-        if (st->bufSize == 0) {
-            data_ = local_;
-        } else if (buffer) {
-            data_ = zem::alignUp<float>(buffer, 32);
-        } else {
-            owned_ = zemMalloc(st->bufSize);
-            data_ = owned_ ? zem::alignUp<float>(owned_, 32) : nullptr;
-        }
+    Work(const ZemsFFTState_R_32f* st, Zem8u* buffer) : heap_(st->bufSize > 0 && !buffer ? st->bufSize : 0) {
+        if (st->bufSize == 0) data_ = local_;
+        else if (buffer) data_ = zem::alignUp<float>(buffer, 32);
+        else data_ = heap_.ok() ? zem::alignUp<float>(heap_.data(), 32) : nullptr;
     }
-    ~Work() { zemFree(owned_); }
     Work(const Work&) = delete;
     Work& operator=(const Work&) = delete;
     float* data() const { return data_; }
 
 private:
     alignas(32) float local_[64];  // orders up to 6: 32 complex points
+    zem::HeapScratch<Zem8u> heap_;
     float* data_ = nullptr;
-    void* owned_ = nullptr;
 };
 
 // Twiddles for the orders whose state keeps none: built per call on the stack.
@@ -441,17 +446,17 @@ struct SplitWeights {
     }
 };
 
-template <class S>
-ZemStatus checkTransform(const void* src, const void* dst, const S* st, Zem32s id) {
-    if (!st) return zemStatusNullPointer;
-    if (st->id != id) return zemStatusBadContext;
-    if (!src || !dst) return zemStatusNullPointer;
-    return zemStatusOk;
+// The checks of a transform: the state, its id, then the arrays.
+inline auto transformChecks(const void* src, const void* dst, const ZemsFFTState_R_32f* st) {
+    return zem::checkedBy([=] {
+        return zem::firstFailure(zem::nonNull(st), zem::ensure([&] { return st->id == kFFTStateId; }, zemStatusBadContext),
+                                 zem::nonNull(src, dst));
+    });
 }
 
 template <Layout L>
 ZemStatus forward(const Zem32f* src, Zem32f* dst, const ZemsFFTState_R_32f* st, Zem8u* buffer) {
-    if (const ZemStatus s = checkTransform(src, dst, st, kFFTStateId); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(transformChecks(src, dst, st))) return s;
     const int64_t n = int64_t{1} << st->order;
     const float scale = st->scaleFwd ? st->scale : 1.0f;
     if (n == 1) {
@@ -499,7 +504,7 @@ ZemStatus ownFFTFwd_RToPerm_32f(const Zem32f* src, Zem32f* dst, const ZemsFFTSta
 }
 
 ZemStatus ownFFTInv_PackToR_32f(const Zem32f* src, Zem32f* dst, const ZemsFFTState_R_32f* state, Zem8u* buffer) {
-    if (const ZemStatus s = checkTransform(src, dst, state, kFFTStateId); s != zemStatusOk) return s;
+    if (const ZemStatus s = zem::firstFailure(transformChecks(src, dst, state))) return s;
     const int64_t n = int64_t{1} << state->order;
     const float scale = state->scaleInv ? state->scale : 1.0f;
     if (n == 1) {

@@ -4,10 +4,9 @@
 #include <cstring>
 
 #include "fftstate.h"
-#include "frame/carve.h"
 #include "frame/check.h"
+#include "frame/record.h"
 #include "own.h"
-#include "zemcore.h"
 
 namespace {
 
@@ -27,75 +26,77 @@ ZemStatus sizes16(int order, int flag, int hint, Sizes16* out) {
     return zemStatusOk;
 }
 
-ZemsFFTState_R_16s* build16(ZemsFFTState_R_32f* inner, int order, int hint, Zem8u* memState, const Sizes16& sizes) {
-    auto* st = zem::alignUp<ZemsFFTState_R_16s>(memState, 32);
-    st->id = kFFTState16Id;
+// The wrapper's record in the first 64 bytes at a 32-byte boundary, the float state
+// after it; null while measuring.
+ZemsFFTState_R_16s* lay16(zem::Arena& arena, int order, int flag, int hint, Zem8u* memInit, int32_t bufSize) {
+    static_assert(sizeof(ZemsFFTState_R_16s) <= 64);
+    auto* st = reinterpret_cast<ZemsFFTState_R_16s*>(arena.take<Zem8u>(64));
+    ZemsFFTState_R_32f* inner = zem::fft::layState(arena, order);
+    if (arena.measuring()) return nullptr;
+    zem::fft::fillState(inner, order, flag, hint, memInit);
+    inner->id = kFFTStateId;
     st->order = order;
     st->hint = hint;
-    st->bufSize = sizes.buf;
-    st->owned = 0;
+    st->bufSize = bufSize;
     st->pState = inner;
-    st->allocation = nullptr;
     return st;
 }
 
 }  // namespace
 
+// The order and memory checks come before the float engine's flag and length checks, the
+// scratch of the large orders after them.
 ZemStatus ownFFTGetSize_R_16s(int order, int flag, int hint, Zem32s* sizeState, Zem32s* sizeInit, Zem32s* sizeBuf) {
-    if (order < 0 || order > 30) return zemStatusBadOrder;
-    if (!sizeState || !sizeInit || !sizeBuf) return zemStatusNullPointer;
     Sizes16 s;
-    if (const ZemStatus st = sizes16(order, flag, hint, &s); st != zemStatusOk) return st;
+    if (const ZemStatus st = zem::firstFailure(zem::within(order, 0, 30, zemStatusBadOrder),
+                                               zem::nonNull(sizeState, sizeInit, sizeBuf),
+                                               zem::checkedBy([&] { return sizes16(order, flag, hint, &s); })))
+        return st;
     *sizeState = s.state;
     *sizeInit = s.init;
     *sizeBuf = s.buf;
     return zemStatusOk;
 }
 
-// The wrapper's record takes the first 64 bytes (at a 32-byte boundary), the float state
-// the rest.
 ZemStatus ownFFTInit_R_16s(ZemsFFTState_R_16s** state, int order, int flag, int hint, Zem8u* memState, Zem8u* memInit) {
-    if (!state) return zemStatusNullPointer;
-    if (order < 0 || order > 30) return zemStatusBadOrder;
-    if (!memState) return zemStatusNullPointer;
     Sizes16 sizes;
-    if (const ZemStatus s = sizes16(order, flag, hint, &sizes); s != zemStatusOk) return s;
-    Zem8u* inner = zem::alignUp<Zem8u>(memState, 32) + 64;
-    ZemsFFTState_R_32f* floatState = nullptr;
-    if (const ZemStatus s = ownFFTInit_R_32f(&floatState, order, flag, hint, inner, memInit ? zem::alignUp<Zem8u>(memInit, 32) : nullptr);
-        s != zemStatusOk)
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state),
+                                              zem::within(order, 0, 30, zemStatusBadOrder),
+                                              zem::nonNull(memState),
+                                              zem::checkedBy([&] { return sizes16(order, flag, hint, &sizes); }),
+                                              zem::ensure(memInit || order <= 10, zemStatusNullPointer)))
         return s;
-    *state = build16(floatState, order, hint, memState, sizes);
+    Zem8u* init = memInit ? zem::alignUp<Zem8u>(memInit, 32) : nullptr;
+    *state = zem::buildInBuffer<ZemsFFTState_R_16s>(memState, kFFTState16Id, [&](zem::Arena& arena) {
+        return lay16(arena, order, flag, hint, init, sizes.buf);
+    });
     return zemStatusOk;
 }
 
+// One block for the wrapper and its float state; the set-up scratch only for the call.
 ZemStatus ownFFTInitAlloc_R_16s(ZemsFFTState_R_16s** state, int order, int flag, int hint) {
-    if (!state) return zemStatusNullPointer;
-    if (order < 0 || order > 30) return zemStatusBadOrder;
     Sizes16 sizes;
-    if (const ZemStatus s = sizes16(order, flag, hint, &sizes); s != zemStatusOk) return s;
-    auto* block = static_cast<Zem8u*>(zemMalloc(sizes.state + 32));
-    if (!block) return zemStatusNoMemory;
-    ZemsFFTState_R_32f* floatState = nullptr;
-    if (const ZemStatus s = ownFFTInitAlloc_R_32f(&floatState, order, flag, hint); s != zemStatusOk) {
-        zemFree(block);
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state),
+                                              zem::within(order, 0, 30, zemStatusBadOrder),
+                                              zem::checkedBy([&] { return sizes16(order, flag, hint, &sizes); })))
         return s;
-    }
-    ZemsFFTState_R_16s* st = build16(floatState, order, hint, block, sizes);
-    st->owned = 1;
-    st->allocation = block;
+    zem::HeapScratch<Zem8u> init(sizes.init);
+    ZemsFFTState_R_16s* st = nullptr;
+    if (!init.ok() || zem::allocateRecord(&st, kFFTState16Id, [&](zem::Arena& arena) {
+                          return lay16(arena, order, flag, hint, init.data(), sizes.buf);
+                      }) != zemStatusOk)
+        return zemStatusNoMemory;
     *state = st;
     return zemStatusOk;
 }
 
+// The float state inside dies with its wrapper.
 ZemStatus ownFFTFree_R_16s(ZemsFFTState_R_16s* state) {
-    if (!state) return zemStatusNullPointer;
-    if (state->id != kFFTState16Id) return zemStatusBadContext;
-    state->id = 0;
-    if (state->owned) {
-        ownFFTFree_R_32f(state->pState);
-        zemFree(state->allocation);
-    }
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state),
+                                              zem::ensure([&] { return state->id == kFFTState16Id; }, zemStatusBadContext)))
+        return s;
+    if (state->owned) state->pState->id = 0;
+    zem::releaseRecord(state);
     return zemStatusOk;
 }
 
@@ -103,15 +104,13 @@ ZemStatus ownFFTFree_R_16s(ZemsFFTState_R_16s* state) {
 // rounding and the scale factor, then element 1 (the Nyquist bin) moved to N.
 ZemStatus ownFFTFwd_RToCCS_16s_Sfs(const Zem16s* src, Zem32s* dst, const ZemsFFTState_R_16s* state, int scaleFactor,
                                    Zem8u* buffer) {
-    if (!state) return zemStatusNullPointer;
-    if (state->id != kFFTState16Id) return zemStatusBadContext;
-    if (!src || !dst) return zemStatusNullPointer;
-    void* owned = nullptr;
-    if (!buffer) {
-        owned = zemMalloc(state->bufSize);
-        if (!owned) return zemStatusNoMemory;
-        buffer = static_cast<Zem8u*>(owned);
-    }
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(state),
+                                              zem::ensure([&] { return state->id == kFFTState16Id; }, zemStatusBadContext),
+                                              zem::nonNull(src, dst)))
+        return s;
+    zem::HeapScratch<Zem8u> owned(buffer ? 0 : state->bufSize);
+    if (!owned.ok()) return zemStatusNoMemory;
+    if (!buffer) buffer = owned.data();
     const int n = 1 << state->order;
     float* block = zem::alignUp<float>(buffer, 32);
     ownConvert_16s32f(src, block, n);
@@ -126,13 +125,11 @@ ZemStatus ownFFTFwd_RToCCS_16s_Sfs(const Zem16s* src, Zem32s* dst, const ZemsFFT
         }
         dst[n + 1] = 0;
     }
-    zemFree(owned);
     return status;
 }
 
 ZemStatus ownMulPackConj_32f(const Zem32f* src, Zem32f* srcDst, int len) {
-    if (zem::anyNull(src, srcDst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, srcDst), zem::atLeastOne(len))) return s;
     srcDst[0] = src[0] * srcDst[0];
     if (len % 2 == 0) srcDst[len - 1] = src[len - 1] * srcDst[len - 1];
     for (int k = 1; k + 1 < len; k += 2) {
@@ -146,8 +143,7 @@ ZemStatus ownMulPackConj_32f(const Zem32f* src, Zem32f* srcDst, int len) {
 // Direct sums below 856 lags; from 856 on through the transform: the source padded with
 // zeros to the power of two N >= 2 len, its power spectrum, and the scaled inverse.
 ZemStatus ownAutoCorr_32f(const Zem32f* src, int len, Zem32f* dst, int nLags) {
-    if (zem::anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1 || nLags < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len, nLags))) return s;
     const int m = len < nLags ? len : nLags;
     if (m < 856) {
         for (int lag = 0; lag < m; ++lag) ownDotProd_32f(src, src + lag, len - lag, dst + lag);
@@ -157,11 +153,12 @@ ZemStatus ownAutoCorr_32f(const Zem32f* src, int len, Zem32f* dst, int nLags) {
         ZemsFFTState_R_32f* st = nullptr;
         if (const ZemStatus s = ownFFTInitAlloc_R_32f(&st, order, 2, 0); s != zemStatusOk) return s;
         const int n = 1 << order;
-        float* block = ownMalloc_32f(n);
-        if (!block) {
+        zem::HeapScratch<float> padded(n);
+        if (!padded.ok()) {
             ownFFTFree_R_32f(st);
             return zemStatusNoMemory;
         }
+        float* block = padded.data();
         ownCopy_32f(src, block, len);
         ownZero_32f(block + len, n - len);
         ZemStatus status = ownFFTFwd_RToPack_32f(block, block, st, nullptr);
@@ -170,7 +167,6 @@ ZemStatus ownAutoCorr_32f(const Zem32f* src, int len, Zem32f* dst, int nLags) {
             status = ownFFTInv_PackToR_32f(block, block, st, nullptr);
         }
         if (status == zemStatusOk) ownCopy_32f(block, dst, m);
-        ownFree(block);
         ownFFTFree_R_32f(st);
         if (status != zemStatusOk) return status;
     }

@@ -32,3 +32,14 @@ struct ZemsFFTState_R_16s {
     ZemsFFTState_R_32f* pState;
     void* allocation;
 };
+
+namespace zem {
+class Arena;
+namespace fft {
+// A float state and its tables laid out by an arena (null while measuring), and its fields
+// and tables filled in; memInit is the set-up scratch of orders above 10.  The 16-bit
+// wrapper lays its float state out in its own block with these.
+ZemsFFTState_R_32f* layState(Arena& arena, int order);
+void fillState(ZemsFFTState_R_32f* st, int order, int flag, int hint, Zem8u* memInit);
+}  // namespace fft
+}  // namespace zem

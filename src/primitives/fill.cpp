@@ -4,28 +4,24 @@
 #include "frame/check.h"
 #include "own.h"
 
-using zem::anyNull;
 
 namespace {
 
 template <class T>
 ZemStatus setBody(T val, T* dst, int len) {
-    if (anyNull(dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(dst), zem::atLeastOne(len))) return s;
     for (int i = 0; i < len; ++i) dst[i] = val;
     return zemStatusOk;
 }
 
 ZemStatus zeroBytes(void* dst, int len, size_t elementSize) {
-    if (anyNull(dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(dst), zem::atLeastOne(len))) return s;
     std::memset(dst, 0, static_cast<size_t>(len) * elementSize);
     return zemStatusOk;
 }
 
 ZemStatus copyBytes(const void* src, void* dst, int len, size_t elementSize) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     std::memcpy(dst, src, static_cast<size_t>(len) * elementSize);
     return zemStatusOk;
 }
@@ -48,8 +44,7 @@ ZemStatus ownCopy_32f(const Zem32f* src, Zem32f* dst, int len) { return copyByte
 ZemStatus ownCopy_64f(const Zem64f* src, Zem64f* dst, int len) { return copyBytes(src, dst, len, sizeof(Zem64f)); }
 
 ZemStatus ownMove_32f(const Zem32f* src, Zem32f* dst, int len) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     std::memmove(dst, src, static_cast<size_t>(len) * sizeof(Zem32f));
     return zemStatusOk;
 }

@@ -9,7 +9,6 @@
 #include "lnpoly.h"
 #include "own.h"
 
-using zem::anyNull;
 
 namespace {
 
@@ -114,8 +113,7 @@ ZemStatus sumLn(const T* src, int len, T* dst) {
 }  // namespace
 
 ZemStatus ownLn_32f_I(Zem32f* srcDst, int len) {
-    if (anyNull(srcDst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(srcDst), zem::atLeastOne(len))) return s;
     constexpr int kRun = 256;
     ZemStatus status = zemStatusOk;
     for (int start = 0; start < len; start += kRun) {
@@ -127,25 +125,21 @@ ZemStatus ownLn_32f_I(Zem32f* srcDst, int len) {
 }
 
 ZemStatus ownLn_32s_Sfs(const Zem32s* src, Zem32s* dst, int len, int scaleFactor) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     return lnIntegers(src, dst, len, scaleFactor);
 }
 
 ZemStatus ownLn_32s_ISfs(Zem32s* srcDst, int len, int scaleFactor) {
-    if (anyNull(srcDst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(srcDst), zem::atLeastOne(len))) return s;
     return lnIntegers(srcDst, srcDst, len, scaleFactor);
 }
 
 ZemStatus ownSumLn_32f(const Zem32f* src, int len, Zem32f* dst) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     return sumLn(src, len, dst);
 }
 
 ZemStatus ownSumLn_64f(const Zem64f* src, int len, Zem64f* dst) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     return sumLn(src, len, dst);
 }

@@ -8,7 +8,6 @@
 #include "simd.h"
 #include "threading.h"
 
-using zem::anyNull;
 namespace simd = zem::simd;
 
 namespace {
@@ -62,8 +61,7 @@ void magnitudeSlice32s(const Zem32s* pairs, Zem32s* dst, int count, int sf) {
 }  // namespace
 
 ZemStatus ownMagnitude_32fc(const Zem32f* src, Zem32f* dst, int len) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     zem::runMaybeThreaded(len, 2048, [=](int start, int count) {
         magnitudeSlice32f(src + 2 * start, dst + start, count);
         return false;
@@ -72,8 +70,7 @@ ZemStatus ownMagnitude_32fc(const Zem32f* src, Zem32f* dst, int len) {
 }
 
 ZemStatus ownMagnitude_32sc_Sfs(const Zem32s* src, Zem32s* dst, int len, int scaleFactor) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     zem::runMaybeThreaded(len, 256, [=](int start, int count) {
         magnitudeSlice32s(src + 2 * start, dst + start, count, scaleFactor);
         return false;

@@ -11,7 +11,6 @@
 #include "own.h"
 #include "simd.h"
 
-using zem::anyNull;
 namespace simd = zem::simd;
 
 namespace {
@@ -49,8 +48,7 @@ T extremeFrom(const T* src, int n, T init) {
 
 template <class T, class Rule>
 ZemStatus extreme(const T* src, int len, T* dst) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     *dst = extremeFrom<T, Rule>(src + 1, len - 1, src[0]);
     return zemStatusOk;
 }
@@ -61,8 +59,7 @@ ZemStatus extreme(const T* src, int len, T* dst) {
 template <class T, class Rule>
 ZemStatus extremeIndex(const T* src, int len, T* dst, int* index) {
     if (!index) return extreme<T, Rule>(src, len, dst);
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     constexpr int kPlainBelow = 34;
     constexpr int kBlock = 2048;
     T best = src[0];
@@ -186,8 +183,7 @@ ZemStatus ownMin_64f(const Zem64f* src, int len, Zem64f* dst) { return extreme<Z
 ZemStatus ownMax_64f(const Zem64f* src, int len, Zem64f* dst) { return extreme<Zem64f, MaxRule<Zem64f>>(src, len, dst); }
 
 ZemStatus ownMinMax_32f(const Zem32f* src, int len, Zem32f* dstMin, Zem32f* dstMax) {
-    if (anyNull(src, dstMin, dstMax)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dstMin, dstMax), zem::atLeastOne(len))) return s;
     *dstMin = extremeFrom<Zem32f, MinRule<Zem32f>>(src + 1, len - 1, src[0]);
     *dstMax = extremeFrom<Zem32f, MaxRule<Zem32f>>(src + 1, len - 1, src[0]);
     return zemStatusOk;
@@ -204,15 +200,13 @@ ZemStatus ownMaxIndx_64f(const Zem64f* src, int len, Zem64f* dst, int* index) {
 }
 
 ZemStatus ownSum_32f(const Zem32f* src, int len, Zem32f* dst, int hint) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     *dst = static_cast<Zem32f>(hint == zemAlgHintFast ? sumFast32f(src, len) : sumAccurate32f(src, len));
     return zemStatusOk;
 }
 
 ZemStatus ownSum_16s32s_Sfs(const Zem16s* src, int len, Zem32s* dst, int scaleFactor) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     int64_t sum = 0;
     for (int i = 0; i < len; ++i) sum += src[i];
     double v = static_cast<double>(sum) * zem::pow2Neg64f(scaleFactor);
@@ -222,8 +216,7 @@ ZemStatus ownSum_16s32s_Sfs(const Zem16s* src, int len, Zem32s* dst, int scaleFa
 }
 
 ZemStatus ownSum_32s_Sfs(const Zem32s* src, int len, Zem32s* dst, int scaleFactor) {
-    if (anyNull(src, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, dst), zem::atLeastOne(len))) return s;
     int64_t sum = 0;
     for (int i = 0; i < len; ++i) sum += src[i];
     if (scaleFactor > 0) {
@@ -239,36 +232,31 @@ ZemStatus ownSum_32s_Sfs(const Zem32s* src, int len, Zem32s* dst, int scaleFacto
 }
 
 ZemStatus ownDotProd_32f(const Zem32f* src1, const Zem32f* src2, int len, Zem32f* dst) {
-    if (anyNull(src1, src2, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src1, src2, dst), zem::atLeastOne(len))) return s;
     *dst = dot32f(src1, src2, len);
     return zemStatusOk;
 }
 
 ZemStatus ownDotProd_32f64f(const Zem32f* src1, const Zem32f* src2, int len, Zem64f* dst) {
-    if (anyNull(src1, src2, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src1, src2, dst), zem::atLeastOne(len))) return s;
     *dst = dotIn64f(src1, src2, len);
     return zemStatusOk;
 }
 
 ZemStatus ownDotProd_64f(const Zem64f* src1, const Zem64f* src2, int len, Zem64f* dst) {
-    if (anyNull(src1, src2, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src1, src2, dst), zem::atLeastOne(len))) return s;
     *dst = dotIn64f(src1, src2, len);
     return zemStatusOk;
 }
 
 ZemStatus ownDotProd_16s64s(const Zem16s* src1, const Zem16s* src2, int len, Zem64s* dst) {
-    if (anyNull(src1, src2, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src1, src2, dst), zem::atLeastOne(len))) return s;
     *dst = dot16s(src1, src2, len);
     return zemStatusOk;
 }
 
 ZemStatus ownDotProd_16s32f(const Zem16s* src1, const Zem16s* src2, int len, Zem32f* dst) {
-    if (anyNull(src1, src2, dst)) return zemStatusNullPointer;
-    if (len < 1) return zemStatusBadSize;
+    if (const ZemStatus s = zem::firstFailure(zem::nonNull(src1, src2, dst), zem::atLeastOne(len))) return s;
     *dst = static_cast<Zem32f>(dot16s(src1, src2, len));
     return zemStatusOk;
 }

@@ -3,7 +3,10 @@
 #include <cmath>
 #include <functional>
 #include <vector>
+#include <string>
+#include <utility>
 
+#include "check_order.h"
 #include "test_support.h"
 #include "zemsr.h"
 
@@ -101,96 +104,56 @@ void expectRows(const std::vector<T>& got, int step, const std::vector<T>& want,
                 << what << " row " << t << " col " << c << " of " << frames;
 }
 
-struct FloatWin {
+// One call shape for every streaming export: the arguments it has, from one record.
+struct StreamArgs {
+    const void* src;
+    const void* mul;
+    int width;
+    void* dst;
+    int dstStep, height, flags;
+    float a = 0.5f, b = 0.25f;  // val (valD) and valDD, integral values in the 16-bit forms
+    int scale = 0;
+};
+const float* f(const void* p) { return static_cast<const float*>(p); }
+float* f(void* p) { return static_cast<float*>(p); }
+const Zem16s* i16(const void* p) { return static_cast<const Zem16s*>(p); }
+Zem16s* i16(void* p) { return static_cast<Zem16s*>(p); }
+
+// The streaming exports with their history depth, row parts and kind.
+struct StreamExport {
     const char* name;
-    int h;
-    WinShape shape;
-    bool mul;
-    std::function<ZemStatus(const float*, const float*, int, float*, int, int, float, float, int)> call;
+    int h, parts;
+    bool mul, nineTap;
+    bool win2() const { return std::string(name).find("Win2") != std::string::npos; }
+    bool is16() const { return std::string(name).find("16s") != std::string::npos; }
+    // Differences wrapped to 16 bits: DeltaDelta_Win2 and the Mul forms of the 16-bit exports.
+    bool wrap() const { return is16() && (mul || std::string(name).find("DeltaDelta_Win2") != std::string::npos); }
+    std::function<ZemStatus(const StreamArgs&)> call;
 };
 
-std::vector<FloatWin> floatFamilies() {
-    using F = ZemStatus;
+std::vector<StreamExport> streamExports() {
+    using A = const StreamArgs&;
     return {
-        {"Delta_Win1", 2, {false, false}, false,
-         [](const float* s, const float*, int w, float* d, int st, int h, float a, float, int f) -> F {
-             return zemsDelta_Win1_32f_D2(s, w, d, st, h, a, f);
-         }},
-        {"Delta_Win2", 4, {true, false}, false,
-         [](const float* s, const float*, int w, float* d, int st, int h, float a, float, int f) -> F {
-             return zemsDelta_Win2_32f_D2(s, w, d, st, h, a, f);
-         }},
-        {"DeltaDelta_Win1", 3, {false, true}, false,
-         [](const float* s, const float*, int w, float* d, int st, int h, float a, float b, int f) -> F {
-             return zemsDeltaDelta_Win1_32f_D2(s, w, d, st, h, a, b, f);
-         }},
-        {"DeltaDelta_Win2", 6, {true, true}, false,
-         [](const float* s, const float*, int w, float* d, int st, int h, float a, float b, int f) -> F {
-             return zemsDeltaDelta_Win2_32f_D2(s, w, d, st, h, a, b, f);
-         }},
-        {"DeltaMul_Win1", 2, {false, false}, true,
-         [](const float* s, const float* m, int w, float* d, int st, int h, float, float, int f) -> F {
-             return zemsDeltaMul_Win1_32f_D2(s, m, w, d, st, h, f);
-         }},
-        {"DeltaMul_Win2", 4, {true, false}, true,
-         [](const float* s, const float* m, int w, float* d, int st, int h, float, float, int f) -> F {
-             return zemsDeltaMul_Win2_32f_D2(s, m, w, d, st, h, f);
-         }},
-        {"DeltaDeltaMul_Win1", 3, {false, true}, true,
-         [](const float* s, const float* m, int w, float* d, int st, int h, float, float, int f) -> F {
-             return zemsDeltaDeltaMul_Win1_32f_D2(s, m, w, d, st, h, f);
-         }},
-        {"DeltaDeltaMul_Win2", 6, {true, true}, true,
-         [](const float* s, const float* m, int w, float* d, int st, int h, float, float, int f) -> F {
-             return zemsDeltaDeltaMul_Win2_32f_D2(s, m, w, d, st, h, f);
-         }},
-    };
-}
-
-struct IntWin {
-    const char* name;
-    int h;
-    WinShape shape;
-    bool mul, wrap;
-    std::function<ZemStatus(const Zem16s*, const Zem16s*, int, Zem16s*, int, int, Zem16s, Zem16s, int, int)> call;
-};
-
-std::vector<IntWin> intFamilies() {
-    using F = ZemStatus;
-    using S = Zem16s;
-    return {
-        {"Delta_Win1", 2, {false, false}, false, false,
-         [](const S* s, const S*, int w, S* d, int st, int h, S a, S, int f, int sf) -> F {
-             return zemsDelta_Win1_16s_D2Sfs(s, w, d, st, h, a, f, sf);
-         }},
-        {"Delta_Win2", 4, {true, false}, false, false,
-         [](const S* s, const S*, int w, S* d, int st, int h, S a, S, int f, int sf) -> F {
-             return zemsDelta_Win2_16s_D2Sfs(s, w, d, st, h, a, f, sf);
-         }},
-        {"DeltaDelta_Win1", 3, {false, true}, false, false,
-         [](const S* s, const S*, int w, S* d, int st, int h, S a, S b, int f, int sf) -> F {
-             return zemsDeltaDelta_Win1_16s_D2Sfs(s, w, d, st, h, a, b, f, sf);
-         }},
-        {"DeltaDelta_Win2", 6, {true, true}, false, true,
-         [](const S* s, const S*, int w, S* d, int st, int h, S a, S b, int f, int sf) -> F {
-             return zemsDeltaDelta_Win2_16s_D2Sfs(s, w, d, st, h, a, b, f, sf);
-         }},
-        {"DeltaMul_Win1", 2, {false, false}, true, true,
-         [](const S* s, const S* m, int w, S* d, int st, int h, S, S, int f, int sf) -> F {
-             return zemsDeltaMul_Win1_16s_D2Sfs(s, m, w, d, st, h, f, sf);
-         }},
-        {"DeltaMul_Win2", 4, {true, false}, true, true,
-         [](const S* s, const S* m, int w, S* d, int st, int h, S, S, int f, int sf) -> F {
-             return zemsDeltaMul_Win2_16s_D2Sfs(s, m, w, d, st, h, f, sf);
-         }},
-        {"DeltaDeltaMul_Win1", 3, {false, true}, true, true,
-         [](const S* s, const S* m, int w, S* d, int st, int h, S, S, int f, int sf) -> F {
-             return zemsDeltaDeltaMul_Win1_16s_D2Sfs(s, m, w, d, st, h, f, sf);
-         }},
-        {"DeltaDeltaMul_Win2", 6, {true, true}, true, true,
-         [](const S* s, const S* m, int w, S* d, int st, int h, S, S, int f, int sf) -> F {
-             return zemsDeltaDeltaMul_Win2_16s_D2Sfs(s, m, w, d, st, h, f, sf);
-         }},
+        {"zemsDelta_Win1_32f_D2", 2, 2, false, false, [](A a) { return zemsDelta_Win1_32f_D2(f(a.src), a.width, f(a.dst), a.dstStep, a.height, a.a, a.flags); }},
+        {"zemsDelta_Win2_32f_D2", 4, 2, false, false, [](A a) { return zemsDelta_Win2_32f_D2(f(a.src), a.width, f(a.dst), a.dstStep, a.height, a.a, a.flags); }},
+        {"zemsDeltaDelta_Win1_32f_D2", 3, 3, false, false, [](A a) { return zemsDeltaDelta_Win1_32f_D2(f(a.src), a.width, f(a.dst), a.dstStep, a.height, a.a, a.b, a.flags); }},
+        {"zemsDeltaDelta_Win2_32f_D2", 6, 3, false, false, [](A a) { return zemsDeltaDelta_Win2_32f_D2(f(a.src), a.width, f(a.dst), a.dstStep, a.height, a.a, a.b, a.flags); }},
+        {"zemsDelta_Win1_16s_D2Sfs", 2, 2, false, false, [](A a) { return zemsDelta_Win1_16s_D2Sfs(i16(a.src), a.width, i16(a.dst), a.dstStep, a.height, Zem16s(a.a), a.flags, a.scale); }},
+        {"zemsDelta_Win2_16s_D2Sfs", 4, 2, false, false, [](A a) { return zemsDelta_Win2_16s_D2Sfs(i16(a.src), a.width, i16(a.dst), a.dstStep, a.height, Zem16s(a.a), a.flags, a.scale); }},
+        {"zemsDeltaDelta_Win1_16s_D2Sfs", 3, 3, false, false, [](A a) { return zemsDeltaDelta_Win1_16s_D2Sfs(i16(a.src), a.width, i16(a.dst), a.dstStep, a.height, Zem16s(a.a), Zem16s(a.b), a.flags, a.scale); }},
+        {"zemsDeltaDelta_Win2_16s_D2Sfs", 6, 3, false, false, [](A a) { return zemsDeltaDelta_Win2_16s_D2Sfs(i16(a.src), a.width, i16(a.dst), a.dstStep, a.height, Zem16s(a.a), Zem16s(a.b), a.flags, a.scale); }},
+        {"zemsDeltaMul_Win1_32f_D2", 2, 2, true, false, [](A a) { return zemsDeltaMul_Win1_32f_D2(f(a.src), f(a.mul), a.width, f(a.dst), a.dstStep, a.height, a.flags); }},
+        {"zemsDeltaMul_Win2_32f_D2", 4, 2, true, false, [](A a) { return zemsDeltaMul_Win2_32f_D2(f(a.src), f(a.mul), a.width, f(a.dst), a.dstStep, a.height, a.flags); }},
+        {"zemsDeltaDeltaMul_Win1_32f_D2", 3, 3, true, false, [](A a) { return zemsDeltaDeltaMul_Win1_32f_D2(f(a.src), f(a.mul), a.width, f(a.dst), a.dstStep, a.height, a.flags); }},
+        {"zemsDeltaDeltaMul_Win2_32f_D2", 6, 3, true, false, [](A a) { return zemsDeltaDeltaMul_Win2_32f_D2(f(a.src), f(a.mul), a.width, f(a.dst), a.dstStep, a.height, a.flags); }},
+        {"zemsDeltaMul_Win1_16s_D2Sfs", 2, 2, true, false, [](A a) { return zemsDeltaMul_Win1_16s_D2Sfs(i16(a.src), i16(a.mul), a.width, i16(a.dst), a.dstStep, a.height, a.flags, a.scale); }},
+        {"zemsDeltaMul_Win2_16s_D2Sfs", 4, 2, true, false, [](A a) { return zemsDeltaMul_Win2_16s_D2Sfs(i16(a.src), i16(a.mul), a.width, i16(a.dst), a.dstStep, a.height, a.flags, a.scale); }},
+        {"zemsDeltaDeltaMul_Win1_16s_D2Sfs", 3, 3, true, false, [](A a) { return zemsDeltaDeltaMul_Win1_16s_D2Sfs(i16(a.src), i16(a.mul), a.width, i16(a.dst), a.dstStep, a.height, a.flags, a.scale); }},
+        {"zemsDeltaDeltaMul_Win2_16s_D2Sfs", 6, 3, true, false, [](A a) { return zemsDeltaDeltaMul_Win2_16s_D2Sfs(i16(a.src), i16(a.mul), a.width, i16(a.dst), a.dstStep, a.height, a.flags, a.scale); }},
+        {"zemsDeltaDelta_Aurora_32f_D2", 8, 3, false, true, [](A a) { return zemsDeltaDelta_Aurora_32f_D2(f(a.src), f(a.dst), a.dstStep, a.height, a.flags); }},
+        {"zemsDeltaDeltaMul_Aurora_32f_D2", 8, 3, true, true, [](A a) { return zemsDeltaDeltaMul_Aurora_32f_D2(f(a.src), f(a.mul), f(a.dst), a.dstStep, a.height, a.flags); }},
+        {"zemsDeltaDelta_Aurora_16s_D2Sfs", 8, 3, false, true, [](A a) { return zemsDeltaDelta_Aurora_16s_D2Sfs(i16(a.src), i16(a.dst), a.dstStep, a.height, a.flags, a.scale); }},
+        {"zemsDeltaDeltaMul_Aurora_16s_D2Sfs", 8, 3, true, true, [](A a) { return zemsDeltaDeltaMul_Aurora_16s_D2Sfs(i16(a.src), i16(a.mul), i16(a.dst), a.dstStep, a.height, a.flags, a.scale); }},
     };
 }
 
@@ -252,25 +215,23 @@ std::vector<int16_t> auroraReference16(const std::vector<int16_t>& src, int T, c
 // 0, and as one call with both flags), equals the whole-utterance reference bit for bit.
 TEST(StreamingDeltas, FloatWindowsInBlocksEqualTheReference) {
     zemtest::Random rnd(3001);
-    for (const auto& fam : floatFamilies()) {
+    for (const auto& fam : streamExports()) {
+        if (fam.is16() || fam.nineTap) continue;
+        const WinShape shape{fam.win2(), fam.parts == 3};
         for (int width : {1, 4, 7, 8, 13, 20}) {
             for (int trial = 0; trial < 6; ++trial) {
                 const int frames = static_cast<int>(rnd.integer(fam.h, 40));
-                const int cols = (fam.shape.dd ? 3 : 2) * width, step = cols + static_cast<int>(rnd.integer(0, 3));
+                const int cols = fam.parts * width, step = cols + static_cast<int>(rnd.integer(0, 3));
                 const auto src = rnd.uniform<float>(static_cast<size_t>(frames) * width, -10, 10);
                 const auto mul = rnd.uniform<float>(3 * width, 0.5, 2);
                 const float a = 0.5f, b = 0.25f;
-                const auto want = winReference(src, frames, width, fam.shape, fam.mul ? mul.data() : nullptr, a, b);
+                const auto want = winReference(src, frames, width, shape, fam.mul ? mul.data() : nullptr, a, b);
                 std::vector<float> dst(static_cast<size_t>(frames) * step, -777.0f);
-                if (trial == 0) {
-                    ASSERT_EQ(fam.call(src.data(), mul.data(), width, dst.data(), step, frames, a, b, 3), zemStatusOk);
-                } else {
-                    feed<float>(frames, fam.h, width, step, rnd, trial % 2 == 0,
-                                [&](const float* s, float* d, int n, int flags) {
-                                    return fam.call(s, mul.data(), width, d, step, n, a, b, flags);
-                                },
-                                src, dst);
-                }
+                auto call = [&](const float* s, float* d, int n, int flags) {
+                    return fam.call({s, mul.data(), width, d, step, n, flags, a, b});
+                };
+                if (trial == 0) ASSERT_EQ(call(src.data(), dst.data(), frames, 3), zemStatusOk);
+                else feed<float>(frames, fam.h, width, step, rnd, trial % 2 == 0, call, src, dst);
                 expectRows(dst, step, want, cols, frames, fam.name);
                 for (int t = 0; t < frames; ++t)  // the gap between rows is not written
                     for (int c = cols; c < step; ++c) ASSERT_EQ(dst[static_cast<size_t>(t) * step + c], -777.0f);
@@ -281,22 +242,24 @@ TEST(StreamingDeltas, FloatWindowsInBlocksEqualTheReference) {
 
 TEST(StreamingDeltas, IntegerWindowsInBlocksEqualTheReference) {
     zemtest::Random rnd(3003);
-    for (const auto& fam : intFamilies()) {
+    for (const auto& fam : streamExports()) {
+        if (!fam.is16() || fam.nineTap) continue;
+        const WinShape shape{fam.win2(), fam.parts == 3};
         for (int width : {1, 5, 13}) {
             for (int sf : {-3, 0, 2, 33}) {
                 for (int trial = 0; trial < 3; ++trial) {
                     const int frames = static_cast<int>(rnd.integer(fam.h, 30));
-                    const int cols = (fam.shape.dd ? 3 : 2) * width, step = cols + 1;
+                    const int cols = fam.parts * width, step = cols + 1;
                     // Large values so that differences leave 16 bits and products 32 bits.
                     const auto src = rnd.integers<Zem16s>(static_cast<size_t>(frames) * width, -32768, 32767);
                     const auto mul = rnd.integers<Zem16s>(3 * width, -40, 40);
                     const Zem16s a = 3000, b = -7;
-                    const auto want = winReference16(src, frames, width, fam.shape, fam.wrap, fam.mul ? mul.data() : nullptr, a,
+                    const auto want = winReference16(src, frames, width, shape, fam.wrap(), fam.mul ? mul.data() : nullptr, a,
                                                      b, sf);
                     std::vector<Zem16s> dst(static_cast<size_t>(frames) * step);
                     feed<Zem16s>(frames, fam.h, width, step, rnd, trial == 1,
                                  [&](const Zem16s* s, Zem16s* d, int n, int flags) {
-                                     return fam.call(s, mul.data(), width, d, step, n, a, b, flags, sf);
+                                     return fam.call({s, mul.data(), width, d, step, n, flags, float(a), float(b), sf});
                                  },
                                  src, dst);
                     expectRows(dst, step, want, cols, frames, fam.name);
@@ -368,30 +331,30 @@ TEST(StreamingDeltas, StagesAndStatuses) {
     ASSERT_EQ(zemsDelta_Win1_32f_D2(two.data(), 1, out.data(), 2, 2, 0.5f, 3), zemStatusOk);
     EXPECT_EQ(out[1], 1.5f);
     EXPECT_EQ(out[3], 1.5f);
+}
 
-    std::vector<float> s(64, 1.0f), d(256);
-    auto run = [&](const float* sp, float* dp, int width, int step, int height, int flags) {
-        zemtest::fillSentinel(d.data(), d.size());
-        const ZemStatus st = zemsDeltaDelta_Win2_32f_D2(sp, width, dp, step, height, 1.0f, 1.0f, flags);
-        EXPECT_TRUE(st == zemStatusOk || zemtest::untouched(d.data(), d.size()));
-        return st;
-    };
-    EXPECT_EQ(run(nullptr, d.data(), 0, 0, -1, 0), zemStatusNullPointer);
-    EXPECT_EQ(run(s.data(), d.data(), 0, 0, 6, 1), zemStatusBadSize);
-    EXPECT_EQ(run(s.data(), d.data(), 2, 0, -1, 1), zemStatusBadSize);
-    EXPECT_EQ(run(s.data(), d.data(), 2, 0, 0, 1), zemStatusBadSize);  // height 0 needs the last flag
-    EXPECT_EQ(run(s.data(), d.data(), 2, 0, 0, 3), zemStatusBadStride);
-    EXPECT_EQ(run(s.data(), d.data(), 2, 6, 0, 3), zemStatusBadSize);  // below H
-    EXPECT_EQ(run(s.data(), d.data(), 2, 6, 5, 1), zemStatusBadSize);
-    EXPECT_EQ(run(s.data(), d.data() + 6 * 6, 2, 6, 0, 2), zemStatusOk);
-    EXPECT_EQ(run(s.data(), d.data(), 2, 5, 6, 3), zemStatusBadStride);
-    EXPECT_EQ(zemsDelta_Win1_32f_D2(s.data(), 2, d.data(), 4, 2, 1.0f, 3), zemStatusOk);  // 2 width is enough
-    EXPECT_EQ(zemsDeltaDelta_Win1_32f_D2(s.data(), 2, d.data(), 4, 3, 1.0f, 1.0f, 3), zemStatusBadStride);
-    EXPECT_EQ(zemsDeltaMul_Win1_32f_D2(s.data(), nullptr, 2, d.data(), 4, 2, 3), zemStatusNullPointer);
-    EXPECT_EQ(zemsDeltaDelta_Aurora_32f_D2(s.data(), d.data(), 38, 8, 3), zemStatusBadStride);
-    EXPECT_EQ(zemsDeltaDelta_Aurora_16s_D2Sfs(nullptr, nullptr, 39, 7, 3, 0), zemStatusNullPointer);
-    std::vector<Zem16s> s16(14 * 8), d16(39 * 8);
-    EXPECT_EQ(zemsDeltaDelta_Aurora_16s_D2Sfs(s16.data(), d16.data(), 39, 7, 3, 0), zemStatusBadSize);
+// Every streaming export: nulls, sizes, an empty block without the last flag, the stride
+// for its parts (13 columns in the nine-tap forms), a first block below H; nothing written.
+TEST(StreamingDeltas, ChecksInOrder) {
+    alignas(32) static float src[256], mul[64], dst[512];
+    for (const StreamExport& e : streamExports()) {
+        const int width = e.nineTap ? 13 : 4;
+        const StreamArgs valid{src, mul, width, dst, e.parts * width, e.h + 2, zemDeltaFirstBlock | zemDeltaLastBlock};
+        std::vector<zemtest::Break<StreamArgs>> breaks = {
+            {"src", [](StreamArgs& a) { a.src = nullptr; }, zemStatusNullPointer},
+            {"dst", [](StreamArgs& a) { a.dst = nullptr; }, zemStatusNullPointer}};
+        if (e.mul) breaks.push_back({"mulTable", [](StreamArgs& a) { a.mul = nullptr; }, zemStatusNullPointer});
+        if (!e.nineTap) breaks.push_back({"width", [](StreamArgs& a) { a.width = 0; }, zemStatusBadSize});
+        const int h = e.h, narrow = e.parts * width - 1;
+        breaks.push_back({"height", [](StreamArgs& a) { a.height = -1; }, zemStatusBadSize});
+        breaks.push_back({"empty block, not last", [](StreamArgs& a) { a.height = 0, a.flags = zemDeltaFirstBlock; }, zemStatusBadSize});
+        breaks.push_back({"dstStep", [narrow](StreamArgs& a) { a.dstStep = narrow; }, zemStatusBadStride});
+        breaks.push_back({"first block below H", [h](StreamArgs& a) { a.height = h - 1; }, zemStatusBadSize});
+        zemtest::expectCheckOrder<StreamArgs>(e.name, valid, e.call, breaks, {zemtest::region(dst, 512)});
+    }
+    // A block of no frames that ends the utterance is valid; dstStep = 2 width suffices for Delta only.
+    EXPECT_EQ(zemsDelta_Win1_32f_D2(src, 2, dst + 12, 6, 0, 1.0f, zemDeltaLastBlock), zemStatusOk);
+    EXPECT_EQ(zemsDelta_Win1_32f_D2(src, 2, dst, 4, 2, 1.0f, 3), zemStatusOk);
 }
 
 namespace {
@@ -461,11 +424,71 @@ TEST(BatchDeltas, EdgeFormulasAndIntegerWrap) {
             }
         }
     }
-    std::vector<float> d(64);
-    EXPECT_EQ(zemsEvalDelta_32f_D2(nullptr, 0, 0, 0, -1, 0, 1.0f), zemStatusNullPointer);
-    EXPECT_EQ(zemsEvalDeltaMul_32f_D2(d.data(), 4, 4, nullptr, 1, 0, 1), zemStatusNullPointer);
-    EXPECT_EQ(zemsEvalDelta_32f_D2(d.data(), 3, 0, 1, 0, 2, 1.0f), zemStatusBadSize);  // height < 2 winSize
-    EXPECT_EQ(zemsEvalDelta_32f_D2(d.data(), 4, 0, 1, -1, 2, 1.0f), zemStatusBadSize);
-    EXPECT_EQ(zemsEvalDelta_32f_D2(d.data(), 4, 3, 1, 2, 2, 1.0f), zemStatusBadStride);
-    EXPECT_EQ(zemsEvalDelta_32f_D2(d.data(), 4, 4, 1, 2, 2, 1.0f), zemStatusOk);
+}
+
+namespace {
+struct BatchArgs {
+    void* srcDst;
+    const void* mul;
+    int height, step, width, offset, winSize;
+    int scale = 0;
+};
+}  // namespace
+
+// Every batch export: nulls, sizes (height below 2 winSize among them), then the stride.
+TEST(BatchDeltas, ChecksInOrder) {
+    alignas(32) static float m[256], mul[16];
+    using A = const BatchArgs&;
+    const std::vector<std::pair<const char*, std::function<ZemStatus(A)>>> exports = {
+        {"zemsEvalDelta_32f_D2", [](A a) { return zemsEvalDelta_32f_D2(f(a.srcDst), a.height, a.step, a.width, a.offset, a.winSize, 1.0f); }},
+        {"zemsEvalDeltaMul_32f_D2", [](A a) { return zemsEvalDeltaMul_32f_D2(f(a.srcDst), a.height, a.step, f(a.mul), a.width, a.offset, a.winSize); }},
+        {"zemsEvalDelta_16s_D2Sfs", [](A a) { return zemsEvalDelta_16s_D2Sfs(i16(a.srcDst), a.height, a.step, a.width, a.offset, a.winSize, 1, a.scale); }},
+        {"zemsEvalDeltaMul_16s_D2Sfs", [](A a) { return zemsEvalDeltaMul_16s_D2Sfs(i16(a.srcDst), a.height, a.step, i16(a.mul), a.width, a.offset, a.winSize, a.scale); }},
+    };
+    for (const auto& [name, call] : exports) {
+        std::vector<zemtest::Break<BatchArgs>> breaks = {{"srcDst", [](BatchArgs& a) { a.srcDst = nullptr; }, zemStatusNullPointer}};
+        if (std::string(name).find("Mul") != std::string::npos)
+            breaks.push_back({"mulTable", [](BatchArgs& a) { a.mul = nullptr; }, zemStatusNullPointer});
+        breaks.insert(breaks.end(), {{"height", [](BatchArgs& a) { a.height = 0; }, zemStatusBadSize},
+                                     {"width", [](BatchArgs& a) { a.width = 0; }, zemStatusBadSize},
+                                     {"winSize", [](BatchArgs& a) { a.winSize = 0; }, zemStatusBadSize},
+                                     {"offset", [](BatchArgs& a) { a.offset = -1; }, zemStatusBadSize},
+                                     {"height below 2 winSize", [](BatchArgs& a) { a.height = 3; }, zemStatusBadSize},
+                                     {"step", [](BatchArgs& a) { a.step = 6; }, zemStatusBadStride}});
+        zemtest::expectCheckOrder<BatchArgs>(name, {m, mul, 8, 7, 3, 1, 2}, call, breaks, {zemtest::region(m, 256)});
+    }
+}
+
+
+// The shift count of the 16-bit forms is the scale factor modulo 32, for every value:
+// INT_MIN and 32 shift by 0, -33 by one to the left, 33 by one to the right.
+TEST(StreamingDeltas, EveryScaleFactorIsAShiftModulo32) {
+    zemtest::Random rnd(1301);
+    const auto src = rnd.integers<Zem16s>(14 * 10, -300, 300), mul = rnd.integers<Zem16s>(39, -3, 3);
+    for (const StreamExport& e : streamExports()) {
+        if (std::string(e.name).find("16s") == std::string::npos) continue;
+        const int width = e.nineTap ? 13 : 4;
+        auto run = [&](int scale) {
+            std::vector<Zem16s> dst(e.parts * width * (e.h + 2));
+            const StreamArgs a{src.data(), mul.data(), width, dst.data(), e.parts * width, e.h + 2, 3, 3.0f, -2.0f, scale};
+            EXPECT_EQ(e.call(a), zemStatusOk) << e.name;
+            return dst;
+        };
+        for (const auto& [odd, plain] : {std::pair{INT32_MIN, 0}, std::pair{32, 0}, std::pair{-33, -1}, std::pair{33, 1}, std::pair{INT32_MAX, 31}})
+            EXPECT_EQ(run(odd), run(plain)) << e.name << " " << odd;
+    }
+    std::vector<Zem16s> m = rnd.integers<Zem16s>(8 * 7, -300, 300);
+    using A = const BatchArgs&;
+    for (const auto& call : {std::function<ZemStatus(A)>([](A a) { return zemsEvalDelta_16s_D2Sfs(i16(a.srcDst), a.height, a.step, a.width, a.offset, a.winSize, 3, a.scale); }),
+                             std::function<ZemStatus(A)>([](A a) { return zemsEvalDeltaMul_16s_D2Sfs(i16(a.srcDst), a.height, a.step, i16(a.mul), a.width, a.offset, a.winSize, a.scale); })}) {
+        auto run = [&](int scale) {
+            std::vector<Zem16s> d = m;
+            BatchArgs a{d.data(), mul.data(), 8, 7, 3, 1, 2};
+            a.scale = scale;
+            EXPECT_EQ(call(a), zemStatusOk);
+            return d;
+        };
+        EXPECT_EQ(run(INT32_MIN), run(0));
+        EXPECT_EQ(run(-33), run(-1));
+    }
 }

@@ -1,9 +1,15 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <climits>
 #include <cmath>
 #include <complex>
+#include <cstring>
+#include <functional>
+#include <tuple>
 #include <vector>
 
+#include "check_order.h"
 #include "test_support.h"
 #include "zemcore.h"
 #include "zemsr.h"
@@ -47,10 +53,7 @@ TEST(FilterBank, SizesOfTheFormulas) {
     ASSERT_EQ(zemsMelFBankGetSize_32s(400, 20, 2, &size), zemStatusOk);
     EXPECT_EQ(size, 4 * 20 + 176 + 2 * 22 * (2 * 512 + 40));
     EXPECT_EQ(zemsMelFBankGetSize_32s(64, 33, 2, &size), zemStatusBadSize);  // nFilter = N/2 + 1
-    EXPECT_EQ(zemsMelFBankGetSize_32f(400, 26, 3, &size), zemStatusBadMelFlag);
-    EXPECT_EQ(zemsMelFBankGetSize_32f(400, 26, 4, &size), zemStatusBadMelFlag);
-    EXPECT_EQ(zemsMelFBankGetSize_32f(0, 26, 1, &size), zemStatusBadSize);
-    EXPECT_EQ(zemsMelFBankGetSize_32f(0, 26, 1, nullptr), zemStatusNullPointer);
+    EXPECT_EQ(zemsMelFBankGetSize_32f(400, 26, 4, &size), zemStatusBadMelFlag);  // bit 4 needs 1 or 2 beside it
 }
 
 TEST(FilterBank, AuroraCentresAndUnitAreas) {
@@ -208,12 +211,6 @@ TEST(FilterBank, IntegerBanksAreExact) {
     ASSERT_EQ(zemsEvalFBank_32s_Sfs(s32.data(), y.data(), b32, 0), zemStatusOk);
     // The centres rise and stay within the spectrum, and every band holds energy.
     for (int i = 0; i < 20; ++i) EXPECT_GT(y[i], 0) << i;
-    EXPECT_EQ(zemsEvalFBank_32s_Sfs(s32.data(), y.data(), b32, 32), zemStatusBadArg);
-    // Checks of the fixed-point form, in their order.
-    EXPECT_EQ(zemsMelFBankInit_32s(b32, &order, 16, 16000, 64, 8000, 20, 1127 << 15, 700 << 15, 2), zemStatusBadSize);
-    EXPECT_EQ(zemsMelFBankInit_32s(b32, &order, 256, 16000, 64, 8000, 20, 1127 << 15, 700 << 15, 1), zemStatusBadMelFlag);
-    EXPECT_EQ(zemsMelFBankInit_32s(b32, &order, 256, 16000, 8000, 8000, 20, 1127 << 15, 700 << 15, 2), zemStatusBadFreqRange);
-    EXPECT_EQ(zemsMelFBankInit_32s(b32, &order, 256, 16000, 64, 8000, 20, 1127 << 15, 1, 2), zemStatusBadArg);
 }
 
 TEST(FilterBank, EmptyBanksCentresAndChecks) {
@@ -239,32 +236,34 @@ TEST(FilterBank, EmptyBanksCentresAndChecks) {
     EXPECT_EQ(y[0], 0.5f * 2 + 1.0f * 4);  // rising bins 0..1; c[2] = c[1]: no falling run
     EXPECT_EQ(y[1], 1.0f * 4 + 1.0f * 8);  // one rising weight (bin 1), one falling (bin 2)
     EXPECT_EQ(zemsFBankFree_32f(st), zemStatusOk);
-    EXPECT_EQ(zemsFBankFree_32f(nullptr), zemStatusNullPointer);
-    // Creation checks, in order.
-    ZemsFBankState_32f* m = nullptr;
-    EXPECT_EQ(zemsMelFBankInitAlloc_32f(nullptr, &order, 0, 0, 0, 0, 0, 1, 1, 9), zemStatusNullPointer);
-    EXPECT_EQ(zemsMelFBankInitAlloc_32f(&m, &order, 0, 8000, 100, 4000, 10, 1, 1, 9), zemStatusBadSize);
-    EXPECT_EQ(zemsMelFBankInitAlloc_32f(&m, &order, 256, 8000, 500, 400, 10, 1, 1, 9), zemStatusBadFreqRange);
-    EXPECT_EQ(zemsMelFBankInitAlloc_32f(&m, &order, 256, 8000, 100, 4001, 10, 1, 1, 9), zemStatusBadFreqRange);
-    EXPECT_EQ(zemsMelFBankInitAlloc_32f(&m, &order, 256, 8000, 100, 4000, 10, 1, 1, 3), zemStatusBadMelFlag);
-    EXPECT_EQ(zemsMelLinFBankInitAlloc_32f(&m, &order, 256, 8000, 100, 4000, 10, 1000, 11, 1, 1, 1), zemStatusBadSize);
     ZemsFBankState_16s* mixed = nullptr;
     ASSERT_EQ(zemsMelLinFBankInitAlloc_16s(&mixed, &order, 256, 8000, 100, 4000, 10, 1000, 4, 1127, 700, 1), zemStatusOk);
     Zem32s mixedCentres[12];
     EXPECT_EQ(zemsFBankGetCenters_16s(mixed, mixedCentres), zemStatusOk);
     for (int k = 1; k < 12; ++k) EXPECT_LE(mixedCentres[k - 1], mixedCentres[k]);
     zemsFBankFree_16s(mixed);
-    // Allocation failures return NoMemory and leave nothing behind once freed.
-    const int64_t live = zemcoreTestLiveAllocations();
-    for (int k = 1; k <= 6; ++k) {
-        zemcoreTestFailAllocation(k);
-        ZemsFBankState_32f* f = nullptr;
-        const ZemStatus s = zemsMelFBankInitAlloc_32f(&f, &order, 400, 16000, 64, 8000, 26, 1127, 700, 5);
-        zemcoreTestFailAllocation(0);
-        if (s == zemStatusNoMemory && f) zemsFBankFree_32f(f);
-        if (s == zemStatusOk) zemsFBankFree_32f(f);
-        EXPECT_EQ(zemcoreTestLiveAllocations(), live) << k;
-    }
+    // Every allocation failing in turn: NoMemory with every output as it was, nothing left
+    // behind; the transform state lives in the bank's one block.
+    for (auto create : {+[](ZemsFBankState_32f** f, Zem32s* o) { return zemsMelFBankInitAlloc_32f(f, o, 400, 16000, 64, 8000, 26, 1127, 700, 5); },
+                        +[](ZemsFBankState_32f** f, Zem32s* o) { return zemsMelLinFBankInitAlloc_32f(f, o, 400, 16000, 64, 8000, 26, 1000, 4, 1127, 700, 5); },
+                        +[](ZemsFBankState_32f** f, Zem32s* o) { return zemsEmptyFBankInitAlloc_32f(f, o, 400, 26, 5); }})
+        for (int k = 1;; ++k) {
+            const int64_t live = zemcoreTestLiveAllocations();
+            ZemsFBankState_32f* f = nullptr;
+            Zem32s o = -5;
+            zemcoreTestFailAllocation(k);
+            const ZemStatus s = create(&f, &o);
+            zemcoreTestFailAllocation(0);
+            if (s == zemStatusOk) {
+                EXPECT_EQ(o, 9);
+                zemsFBankFree_32f(f);
+                EXPECT_EQ(zemcoreTestLiveAllocations(), live);
+                break;
+            }
+            EXPECT_EQ(s, zemStatusNoMemory) << k;
+            EXPECT_TRUE(f == nullptr && o == -5) << k;
+            EXPECT_EQ(zemcoreTestLiveAllocations(), live) << k;
+        }
     const float mels[2] = {0.0f, 1000.0f};
     float back[2], lin[2];
     ASSERT_EQ(zemsMelToLinear_32f(mels, lin, 2, 1127.0f, 700.0f), zemStatusOk);
@@ -370,4 +369,332 @@ TEST(FilterBank, FixedPointCentresAndTheSixteenBitTransformPath) {
         EXPECT_NEAR(y[i], want, std::fabs(want) * 1e-3 + 2) << i;
     }
     zemsFBankFree_16s(st);
+}
+
+namespace {
+
+// The arguments of the general bank exports in one record, and adapters from each signature.
+struct BankArgs {
+    void* state;  // a bank, a caller's buffer, or where InitAlloc stores the bank
+    Zem32s* fftOrder;
+    int frameLen;
+    float sampFreq, lowFreq, highFreq, linFreq;
+    int nFilter, nLinear, mode;
+    Zem32s* size;
+};
+using BA = const BankArgs&;
+using S32 = ZemsFBankState_32f;
+using S16 = ZemsFBankState_16s;
+using BankCall = std::function<ZemStatus(BA)>;
+template <class S>
+BankCall bankCall(ZemStatus (*f)(S, Zem32s*, int, Zem32f, Zem32f, Zem32f, int, Zem32f, Zem32f, int)) {
+    return [f](BA a) {
+        return f(static_cast<S>(a.state), a.fftOrder, a.frameLen, a.sampFreq, a.lowFreq, a.highFreq, a.nFilter, 1127.0f, 700.0f, a.mode);
+    };
+}
+template <class S>
+BankCall bankCall(ZemStatus (*f)(S, Zem32s*, int, Zem32f, Zem32f, Zem32f, int, Zem32f, int, Zem32f, Zem32f, int)) {
+    return [f](BA a) {
+        return f(static_cast<S>(a.state), a.fftOrder, a.frameLen, a.sampFreq, a.lowFreq, a.highFreq, a.nFilter, a.linFreq,
+                 a.nLinear, 1127.0f, 700.0f, a.mode);
+    };
+}
+template <class S>
+BankCall bankCall(ZemStatus (*f)(S, Zem32s*, int, int, int)) {
+    return [f](BA a) { return f(static_cast<S>(a.state), a.fftOrder, a.frameLen, a.nFilter, a.mode); };
+}
+BankCall bankCall(ZemStatus (*f)(int, int, int, Zem32s*)) {
+    return [f](BA a) { return f(a.frameLen, a.nFilter, a.mode, a.size); };
+}
+
+}  // namespace
+
+// Every creation and size export of the general banks, in its check order, nothing written.
+// Breaks that share a variable compose (a negated rate stays bad when it is also halved).
+TEST(FilterBank, CreationChecksInOrder) {
+    alignas(32) static Zem8u buffer[40000];
+    static void* out;
+    static Zem32s order, size;
+    using B = zemtest::Break<BankArgs>;
+    const B stateNull{"state", [](BankArgs& a) { a.state = nullptr; }, zemStatusNullPointer};
+    const B orderNull{"fftOrder", [](BankArgs& a) { a.fftOrder = nullptr; }, zemStatusNullPointer};
+    const B frameLen{"frameLen", [](BankArgs& a) { a.frameLen = 0; }, zemStatusBadSize};
+    const B nFilter{"nFilter", [](BankArgs& a) { a.nFilter = 0; }, zemStatusBadSize};
+    const B sampFreq{"sampFreq", [](BankArgs& a) { a.sampFreq = -a.sampFreq; }, zemStatusBadSize};
+    const B lowFreq{"lowFreq", [](BankArgs& a) { a.lowFreq = -a.lowFreq; }, zemStatusBadSize};
+    const B aboveHalf{"highFreq above half the rate", [](BankArgs& a) { a.sampFreq *= 0.5f; }, zemStatusBadFreqRange};
+    const B mode{"mode", [](BankArgs& a) { a.mode = 3; }, zemStatusBadMelFlag};
+    const std::vector<B> mel{stateNull, orderNull, frameLen, nFilter, sampFreq, lowFreq,
+                             {"lowFreq above highFreq", [](BankArgs& a) { a.highFreq = a.lowFreq * 0.5f; }, zemStatusBadFreqRange},
+                             aboveHalf, mode};
+    // The mixed bank tests no pointer; nLinear and linFreq join the list.  The empty bank
+    // checks its sizes only.
+    const std::vector<B> mixed{frameLen, nFilter, sampFreq, lowFreq,
+                               {"nLinear", [](BankArgs& a) { a.nLinear = 0; }, zemStatusBadSize},
+                               {"nLinear above nFilter", [](BankArgs& a) { a.nLinear = a.nFilter + 1; }, zemStatusBadSize},
+                               {"lowFreq above linFreq", [](BankArgs& a) { a.linFreq = a.lowFreq * 0.5f; }, zemStatusBadFreqRange},
+                               {"linFreq above highFreq", [](BankArgs& a) { a.highFreq = a.linFreq * 0.5f; }, zemStatusBadFreqRange},
+                               aboveHalf, mode},
+                         empty{frameLen, nFilter},
+                         sizes{{"size", [](BankArgs& a) { a.size = nullptr; }, zemStatusNullPointer}, frameLen, nFilter, mode};
+    const BankArgs inBuffer{buffer, &order, 256, 8000.0f, 100.0f, 4000.0f, 1000.0f, 10, 4, 1, &size};
+    BankArgs allocated = inBuffer;
+    allocated.state = &out;
+    const std::vector<zemtest::Region> bufferOut{zemtest::region(buffer, sizeof buffer), zemtest::region(&order, 1)},
+        madeOut{zemtest::region(&out, 1), zemtest::region(&order, 1)}, sizeOut{zemtest::region(&size, 1)};
+    struct Row {
+        const char* name;
+        BankCall call;
+        const std::vector<B>& breaks;
+        int where;  // 0 a caller's buffer, 1 allocated, 2 a size query
+    };
+    const std::vector<Row> rows{
+        {"zemsMelFBankInit_32f", bankCall(zemsMelFBankInit_32f), mel, 0},
+        {"zemsMelFBankInit_16s", bankCall(zemsMelFBankInit_16s), mel, 0},
+        {"zemsMelFBankInitAlloc_32f", bankCall(zemsMelFBankInitAlloc_32f), mel, 1},
+        {"zemsMelFBankInitAlloc_16s", bankCall(zemsMelFBankInitAlloc_16s), mel, 1},
+        {"zemsMelLinFBankInitAlloc_32f", bankCall(zemsMelLinFBankInitAlloc_32f), mixed, 1},
+        {"zemsMelLinFBankInitAlloc_16s", bankCall(zemsMelLinFBankInitAlloc_16s), mixed, 1},
+        {"zemsEmptyFBankInitAlloc_32f", bankCall(zemsEmptyFBankInitAlloc_32f), empty, 1},
+        {"zemsEmptyFBankInitAlloc_16s", bankCall(zemsEmptyFBankInitAlloc_16s), empty, 1},
+        {"zemsMelFBankGetSize_32f", bankCall(zemsMelFBankGetSize_32f), sizes, 2},
+        {"zemsMelFBankGetSize_16s", bankCall(zemsMelFBankGetSize_16s), sizes, 2},
+    };
+    // The valid InitAlloc calls are left out: their banks would need releasing.
+    for (const Row& r : rows)
+        zemtest::expectCheckOrder<BankArgs>(r.name, r.where == 1 ? allocated : inBuffer, r.call, r.breaks,
+                                            r.where == 0 ? bufferOut : r.where == 1 ? madeOut : sizeOut,
+                                            r.where == 1 ? zemtest::kSkipValidCall : zemStatusOk);
+    // The Aurora banks and Free check their one pointer.
+    for (auto f : {zemsMelFBankGetSizeLow_Aurora_32f, zemsMelFBankGetSizeLow_Aurora_16s, zemsMelFBankGetSizeHigh_Aurora_32f,
+                   zemsMelFBankGetSizeHigh_Aurora_16s})
+        EXPECT_EQ(f(nullptr), zemStatusNullPointer);
+    for (auto f : {zemsMelFBankInitLow_Aurora_32f, zemsMelFBankInitHigh_Aurora_32f, zemsFBankFree_32f}) EXPECT_EQ(f(nullptr), zemStatusNullPointer);
+    for (auto f : {zemsMelFBankInitLow_Aurora_16s, zemsMelFBankInitHigh_Aurora_16s, zemsFBankFree_16s}) EXPECT_EQ(f(nullptr), zemStatusNullPointer);
+    for (auto f : {zemsMelFBankInitAllocLow_Aurora_32f, zemsMelFBankInitAllocHigh_Aurora_32f}) EXPECT_EQ(f(nullptr), zemStatusNullPointer);
+    for (auto f : {zemsMelFBankInitAllocLow_Aurora_16s, zemsMelFBankInitAllocHigh_Aurora_16s}) EXPECT_EQ(f(nullptr), zemStatusNullPointer);
+}
+
+namespace {
+// The fixed-point bank's arguments.
+struct FixedArgs {
+    void* state;
+    Zem32s* fftOrder;
+    int frameLen, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode;
+    Zem32s* size;
+};
+}  // namespace
+
+// The fixed-point bank, its size query (one tighter on nFilter than Init) and the mel
+// conversions.
+TEST(FilterBank, FixedPointAndConversionChecksInOrder) {
+    alignas(32) static Zem8u buffer[40000];
+    static Zem32s order, size;
+    const FixedArgs valid{buffer, &order, 256, 16000, 64, 8000, 20, 1127 << 15, 700 << 15, 2, &size};
+    zemtest::expectCheckOrder<FixedArgs>(
+        "zemsMelFBankInit_32s", valid,
+        [](const FixedArgs& a) {
+            return zemsMelFBankInit_32s(static_cast<ZemsFBankState_32s*>(a.state), a.fftOrder, a.frameLen, a.sampFreq,
+                                        a.lowFreq, a.highFreq, a.nFilter, a.melMul, a.melDiv, a.mode);
+        },
+        {{"state", [](FixedArgs& a) { a.state = nullptr; }, zemStatusNullPointer},
+         {"fftOrder", [](FixedArgs& a) { a.fftOrder = nullptr; }, zemStatusNullPointer},
+         {"nFilter", [](FixedArgs& a) { a.nFilter = 0; }, zemStatusBadSize},
+         {"highFreq", [](FixedArgs& a) { a.highFreq = 0; }, zemStatusBadSize},
+         {"frameLen short", [](FixedArgs& a) { a.frameLen = 31; }, zemStatusBadSize},
+         {"frameLen long", [](FixedArgs& a) { a.frameLen = 8193; }, zemStatusBadSize},
+         {"mode", [](FixedArgs& a) { a.mode = 6; }, zemStatusBadMelFlag},
+         {"sampFreq", [](FixedArgs& a) { a.sampFreq = 0; }, zemStatusBadSize},
+         {"sampFreq high", [](FixedArgs& a) { a.sampFreq = 48001; }, zemStatusBadSize},
+         {"lowFreq", [](FixedArgs& a) { a.lowFreq = INT32_MIN / 2; }, zemStatusBadSize},
+         {"highFreq not above lowFreq", [](FixedArgs& a) { a.lowFreq += a.highFreq; }, zemStatusBadFreqRange},
+         {"highFreq above 24000", [](FixedArgs& a) { a.highFreq = a.highFreq < 1 ? a.highFreq : 24001; }, zemStatusBadFreqRange},
+         {"melDiv", [](FixedArgs& a) { a.melDiv = 0x80000; }, zemStatusBadArg},
+         {"melMul", [](FixedArgs& a) { a.melMul = 0x40000000; }, zemStatusBadArg}},
+        {zemtest::region(buffer, sizeof buffer), zemtest::region(&order, 1)});
+    // nFilter above N/2 + 1 is refused after fftOrder is stored.
+    order = -1;
+    EXPECT_EQ(zemsMelFBankInit_32s(reinterpret_cast<ZemsFBankState_32s*>(buffer), &order, 64, 16000, 64, 8000, 34,
+                                   1127 << 15, 700 << 15, 2),
+              zemStatusBadSize);
+    EXPECT_EQ(order, 6);
+    zemtest::expectCheckOrder<FixedArgs>(
+        "zemsMelFBankGetSize_32s", valid,
+        [](const FixedArgs& a) { return zemsMelFBankGetSize_32s(a.frameLen, a.nFilter, a.mode, a.size); },
+        {{"size", [](FixedArgs& a) { a.size = nullptr; }, zemStatusNullPointer},
+         {"nFilter", [](FixedArgs& a) { a.nFilter = 0; }, zemStatusBadSize},
+         {"frameLen short", [](FixedArgs& a) { a.frameLen = 31; }, zemStatusBadSize},
+         {"frameLen long", [](FixedArgs& a) { a.frameLen = 8193; }, zemStatusBadSize},
+         {"mode", [](FixedArgs& a) { a.mode = 1; }, zemStatusBadMelFlag},
+         {"nFilter above N/2", [](FixedArgs& a) { a.nFilter = a.nFilter > 0 ? 129 : 0; }, zemStatusBadSize}},
+        {zemtest::region(&size, 1)});
+    static float x[4] = {1, 2, 3, 4}, y[4];
+    struct Conv {
+        const float* src;
+        float* dst;
+        int len;
+        float mul, div;
+    };
+    const std::vector<zemtest::Break<Conv>> convBreaks{{"src", [](Conv& a) { a.src = nullptr; }, zemStatusNullPointer},
+                                                       {"dst", [](Conv& a) { a.dst = nullptr; }, zemStatusNullPointer},
+                                                       {"len", [](Conv& a) { a.len = 0; }, zemStatusBadSize},
+                                                       {"melMul", [](Conv& a) { a.mul = 0.0f; }, zemStatusBadSize},
+                                                       {"melDiv", [](Conv& a) { a.div = -1.0f; }, zemStatusBadSize}};
+    zemtest::expectCheckOrder<Conv>("zemsLinearToMel_32f", {x, y, 4, 1127.0f, 700.0f},
+        [](const Conv& a) { return zemsLinearToMel_32f(a.src, a.dst, a.len, a.mul, a.div); }, convBreaks, {zemtest::region(y, 4)});
+    zemtest::expectCheckOrder<Conv>("zemsMelToLinear_32f", {x, y, 4, 1127.0f, 700.0f},
+        [](const Conv& a) { return zemsMelToLinear_32f(a.src, a.dst, a.len, a.mul, a.div); }, convBreaks, {zemtest::region(y, 4)});
+}
+
+namespace {
+// The arguments of the bank consumers; notReady and noCentres pick a bank that fails that check.
+struct UseArgs {
+    bool bank;  // false: a null state
+    bool notReady, noCentres;
+    const void* src;
+    void* dst;
+    int index, scale;
+};
+}  // namespace
+
+// Centres, weights and evaluation on banks in caller's buffers, nothing written on error.
+TEST(FilterBank, ConsumerChecksInOrder) {
+    alignas(32) static Zem8u ready32[20000], headless32[20000], ready16[20000], headless16[20000];
+    Zem32s order = 0;
+    ASSERT_EQ(zemsMelFBankInit_32f(reinterpret_cast<S32*>(ready32), &order, 256, 8000, 100, 4000, 10, 1127, 700, 1), zemStatusOk);
+    ASSERT_EQ(zemsMelFBankInit_16s(reinterpret_cast<S16*>(ready16), &order, 256, 8000, 100, 4000, 10, 1127, 700, 1), zemStatusOk);
+    // A bank whose centres pointer (its first field) is null, and one that is not ready.
+    std::memcpy(headless32, ready32, sizeof ready32);
+    std::memcpy(headless16, ready16, sizeof ready16);
+    std::memset(headless32, 0, sizeof(void*));
+    std::memset(headless16, 0, sizeof(void*));
+    ZemsFBankState_32f* e32 = nullptr;
+    ZemsFBankState_16s* e16 = nullptr;
+    ASSERT_EQ(zemsEmptyFBankInitAlloc_32f(&e32, &order, 256, 10, 1), zemStatusOk);
+    ASSERT_EQ(zemsEmptyFBankInitAlloc_16s(&e16, &order, 256, 10, 1), zemStatusOk);
+    auto pick32 = [&](const UseArgs& a) -> S32* {
+        return !a.bank ? nullptr : a.noCentres ? reinterpret_cast<S32*>(headless32) : a.notReady ? e32 : reinterpret_cast<S32*>(ready32);
+    };
+    auto pick16 = [&](const UseArgs& a) -> S16* {
+        return !a.bank ? nullptr : a.noCentres ? reinterpret_cast<S16*>(headless16) : a.notReady ? e16 : reinterpret_cast<S16*>(ready16);
+    };
+    alignas(32) static float spectrum[512], out[64];
+    static Zem32s centres[12] = {0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22};
+    using B = zemtest::Break<UseArgs>;
+    const B state{"state", [](UseArgs& a) { a.bank = false; }, zemStatusNullPointer};
+    const B src{"src", [](UseArgs& a) { a.src = nullptr; }, zemStatusNullPointer};
+    const B dst{"dst", [](UseArgs& a) { a.dst = nullptr; }, zemStatusNullPointer};
+    const B noCentres{"centres pointer", [](UseArgs& a) { a.noCentres = true; }, zemStatusNullPointer};
+    const B notReady{"not ready", [](UseArgs& a) { a.notReady = true; }, zemStatusBadFBank};
+    const B indexLow{"filterIndex", [](UseArgs& a) { a.index = 0; }, zemStatusBadSize};
+    const UseArgs valid{true, false, false, spectrum, out, 1, 0};
+    const std::vector<zemtest::Region> outs{zemtest::region(out, 64)};
+    using C = std::function<ZemStatus(const UseArgs&)>;
+    const std::vector<std::tuple<const char*, C, std::vector<B>>> rows{
+        {"zemsEvalFBank_32f", [&](const UseArgs& a) { return zemsEvalFBank_32f(static_cast<const float*>(a.src), static_cast<float*>(a.dst), pick32(a)); },
+         {src, dst, state, noCentres, notReady}},
+        {"zemsEvalFBank_16s_Sfs", [&](const UseArgs& a) { return zemsEvalFBank_16s_Sfs(static_cast<const Zem16s*>(a.src), static_cast<Zem16s*>(a.dst), pick16(a), a.scale); },
+         {src, dst, state, noCentres, notReady}},
+        {"zemsEvalFBank_16s32s_Sfs", [&](const UseArgs& a) { return zemsEvalFBank_16s32s_Sfs(static_cast<const Zem16s*>(a.src), static_cast<Zem32s*>(a.dst), pick16(a), a.scale); },
+         {src, dst, state, noCentres, notReady}},
+        {"zemsFBankGetCenters_32f", [&](const UseArgs& a) { return zemsFBankGetCenters_32f(pick32(a), static_cast<Zem32s*>(a.dst)); }, {state, dst, notReady}},
+        {"zemsFBankGetCenters_16s", [&](const UseArgs& a) { return zemsFBankGetCenters_16s(pick16(a), static_cast<Zem32s*>(a.dst)); }, {state, dst, notReady}},
+        {"zemsFBankGetCoeffs_32f", [&](const UseArgs& a) { return zemsFBankGetCoeffs_32f(pick32(a), a.index, static_cast<float*>(a.dst)); },
+         {state, dst, notReady, indexLow, {"filterIndex above nFilter + 1", [](UseArgs& a) { a.index = 12; }, zemStatusBadSize}}},
+        {"zemsFBankGetCoeffs_16s", [&](const UseArgs& a) { return zemsFBankGetCoeffs_16s(pick16(a), a.index, static_cast<float*>(a.dst)); },
+         {state, dst, notReady, indexLow, {"filterIndex above nFilter + 1", [](UseArgs& a) { a.index = 12; }, zemStatusBadSize}}},
+    };
+    for (const auto& [name, call, breaks] : rows) zemtest::expectCheckOrder<UseArgs>(name, valid, call, breaks, outs);
+    // Setters write into the bank: it must come out of the table as it went in.
+    const std::vector<Zem8u> before32(ready32, ready32 + sizeof ready32), before16(ready16, ready16 + sizeof ready16);
+    static const Zem32s unordered[12] = {0, 5, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22};
+    const UseArgs setValid{true, false, false, centres, nullptr, 1, 0};
+    const std::vector<zemtest::Region> bank32, bank16;
+    const B centresNull{"centers", [](UseArgs& a) { a.src = nullptr; }, zemStatusNullPointer};
+    const B badCentres{"centres out of order", [](UseArgs& a) { a.src = a.src ? unordered : nullptr; }, zemStatusBadFBank};
+    zemtest::expectCheckOrder<UseArgs>("zemsFBankSetCenters_32f", setValid,
+        [&](const UseArgs& a) { return zemsFBankSetCenters_32f(pick32(a), static_cast<const Zem32s*>(a.src)); },
+        {state, centresNull, badCentres}, bank32, zemtest::kSkipValidCall);
+    zemtest::expectCheckOrder<UseArgs>("zemsFBankSetCenters_16s", setValid,
+        [&](const UseArgs& a) { return zemsFBankSetCenters_16s(pick16(a), static_cast<const Zem32s*>(a.src)); },
+        {state, centresNull, badCentres}, bank16, zemtest::kSkipValidCall);
+    const B indexHigh{"filterIndex above nFilter", [](UseArgs& a) { a.index = 11; }, zemStatusBadSize};
+    zemtest::expectCheckOrder<UseArgs>("zemsFBankSetCoeffs_32f", setValid,
+        [&](const UseArgs& a) { return zemsFBankSetCoeffs_32f(pick32(a), a.index, static_cast<const float*>(a.src)); },
+        {state, centresNull, notReady, indexLow, indexHigh}, bank32, zemtest::kSkipValidCall);
+    zemtest::expectCheckOrder<UseArgs>("zemsFBankSetCoeffs_16s", setValid,
+        [&](const UseArgs& a) { return zemsFBankSetCoeffs_16s(pick16(a), a.index, static_cast<const float*>(a.src)); },
+        {state, centresNull, notReady, indexLow, indexHigh}, bank16, zemtest::kSkipValidCall);
+    EXPECT_EQ(std::memcmp(before32.data(), ready32, sizeof ready32), 0);
+    EXPECT_EQ(std::memcmp(before16.data(), ready16, sizeof ready16), 0);
+    // The Q30 bank: pointers, then the scale factor held to -31 .. 31.
+    alignas(32) static Zem8u fixed[40000];
+    ASSERT_EQ(zemsMelFBankInit_32s(reinterpret_cast<ZemsFBankState_32s*>(fixed), &order, 256, 16000, 64, 8000, 20, 1127 << 15, 700 << 15, 2), zemStatusOk);
+    for (int bad : {32, -32, INT32_MIN, INT32_MAX})
+        zemtest::expectCheckOrder<UseArgs>("zemsEvalFBank_32s_Sfs", {true, false, false, spectrum, out, 1, bad},
+            [&](const UseArgs& a) {
+                return zemsEvalFBank_32s_Sfs(static_cast<const Zem32s*>(a.src), static_cast<Zem32s*>(a.dst),
+                                             a.bank ? reinterpret_cast<ZemsFBankState_32s*>(fixed) : nullptr, a.scale);
+            },
+            {src, dst, state, {"scaleFactor", [](UseArgs&) {}, zemStatusBadArg}}, outs, zemtest::kSkipValidCall);
+    zemsFBankFree_32f(e32);
+    zemsFBankFree_16s(e16);
+}
+
+// Arguments at the ends of their types stay defined and inside the memory of the call.
+TEST(FilterBank, ExtremeArgumentsStayDefined) {
+    Zem32s size = -7, order = -7;
+    for (int mode : {1, 5}) {
+        EXPECT_EQ(zemsMelFBankGetSize_32f(INT32_MAX, INT32_MAX, mode, &size), zemStatusBadSize);
+        EXPECT_EQ(zemsMelFBankGetSize_16s(1, INT32_MAX, mode, &size), zemStatusBadSize);
+        EXPECT_EQ(zemsMelFBankGetSize_16s(INT32_MAX, 1, mode, &size), zemStatusBadSize);
+    }
+    EXPECT_EQ(size, -7);
+    // Banks that cannot be allocated: NoMemory with every output as it was.
+    ZemsFBankState_32f* f = nullptr;
+    ZemsFBankState_16s* g = nullptr;
+    EXPECT_EQ(zemsMelFBankInitAlloc_32f(&f, &order, 256, 8000, 100, 4000, INT32_MAX, 1127, 700, 1), zemStatusNoMemory);
+    EXPECT_EQ(zemsMelFBankInitAlloc_16s(&g, &order, 1 << 30, 8000, 100, 4000, 10, 1127, 700, 6), zemStatusNoMemory);
+    EXPECT_EQ(zemsMelLinFBankInitAlloc_32f(&f, &order, 256, 8000, 100, 4000, INT32_MAX, 1000, 4, 1127, 700, 1), zemStatusNoMemory);
+    EXPECT_EQ(zemsEmptyFBankInitAlloc_16s(&g, &order, 256, INT32_MAX, 1), zemStatusNoMemory);
+    EXPECT_EQ(zemsEmptyFBankInitAlloc_32f(&f, &order, INT32_MAX, 1, 1), zemStatusNoMemory);
+    EXPECT_TRUE(f == nullptr && g == nullptr && order == -7);
+    // No buffer can be of a size that no query reports.
+    alignas(32) static Zem8u buffer[4096];
+    EXPECT_EQ(zemsMelFBankInit_32f(reinterpret_cast<ZemsFBankState_32f*>(buffer), &order, 256, 8000, 100, 4000, INT32_MAX, 1127, 700, 1), zemStatusBadSize);
+    // Scale factors at the ends of int: the shift count is held to 63 either way.
+    auto* bank = reinterpret_cast<ZemsFBankState_16s*>(buffer);
+    ASSERT_EQ(zemsMelFBankGetSize_16s(64, 6, 2, &size), zemStatusOk);
+    ASSERT_LE(size, 4096);
+    ASSERT_EQ(zemsMelFBankInit_16s(bank, &order, 64, 8000, 100, 4000, 6, 1127, 700, 2), zemStatusOk);
+    zemtest::Random rnd(1302);
+    const auto x = rnd.integers<Zem16s>(64, -3000, 3000);
+    auto eval16 = [&](int sf) {
+        std::vector<Zem16s> y(6);
+        EXPECT_EQ(zemsEvalFBank_16s_Sfs(x.data(), y.data(), bank, sf), zemStatusOk);
+        return y;
+    };
+    auto eval32 = [&](int sf) {
+        std::vector<Zem32s> y(6);
+        EXPECT_EQ(zemsEvalFBank_16s32s_Sfs(x.data(), y.data(), bank, sf), zemStatusOk);
+        return y;
+    };
+    EXPECT_EQ(eval16(INT32_MAX), eval16(100));
+    EXPECT_EQ(eval32(INT32_MAX), eval32(100));
+    EXPECT_EQ(eval16(INT32_MIN), eval16(-100));
+    EXPECT_EQ(eval32(INT32_MIN), eval32(-100));
+}
+
+// The fixed-point bank at a rate of 1 Hz: every check passes and the bank stays inside a
+// buffer of exactly the reported size (a heap block, so that the sanitizer sees its end).
+TEST(FilterBank, FixedPointBankStaysInsideItsSize) {
+    Zem32s size = 0, order = 0;
+    ASSERT_EQ(zemsMelFBankGetSize_32s(256, 10, 2, &size), zemStatusOk);
+    std::vector<Zem8u> buffer(size);
+    auto* st = reinterpret_cast<ZemsFBankState_32s*>(buffer.data());
+    ASSERT_EQ(zemsMelFBankInit_32s(st, &order, 256, 1, 100, 3800, 10, 2595 << 15, 700 << 15, 2), zemStatusOk);
+    const Zem32s* c = *reinterpret_cast<Zem32s* const*>(st);  // the record's first field
+    for (int k = 0; k < 12; ++k) EXPECT_TRUE(c[k] >= 0 && c[k] <= 128) << k;
+    std::vector<Zem32s> x(129, 1000), y(10);
+    EXPECT_EQ(zemsEvalFBank_32s_Sfs(x.data(), y.data(), st, 0), zemStatusOk);
 }

@@ -2,8 +2,11 @@
 
 #include <cmath>
 #include <complex>
+#include <functional>
+#include <utility>
 #include <vector>
 
+#include "check_order.h"
 #include "own.h"
 #include "test_support.h"
 #include "zemcore.h"
@@ -115,7 +118,7 @@ TEST(RealTransform, InPlaceBuffersAndConstants) {
     }
 }
 
-TEST(RealTransform, SizesChecksAndContexts) {
+TEST(RealTransform, SizesAndContexts) {
     Zem32s st, in, bf;
     ASSERT_EQ(ownFFTGetSize_R_32f(4, 8, 0, &st, &in, &bf), zemStatusOk);
     EXPECT_EQ(st, 168);
@@ -129,14 +132,6 @@ TEST(RealTransform, SizesChecksAndContexts) {
     ASSERT_EQ(ownFFTGetSize_R_16s(8, 8, 0, &st, &in, &bf), zemStatusOk);
     EXPECT_EQ(st, 2432 + 64);
     EXPECT_EQ(bf, 1056 + 256 * 4 + 8 + 32);
-    for (int order : {-1, 28, 29, 30, 31}) {
-        EXPECT_EQ(ownFFTGetSize_R_32f(order, 8, 0, &st, &in, &bf), zemStatusBadOrder) << order;
-        ZemsFFTState_R_32f* s = nullptr;
-        EXPECT_EQ(ownFFTInitAlloc_R_32f(&s, order, 8, 0), zemStatusBadOrder);
-    }
-    EXPECT_EQ(ownFFTGetSize_R_32f(31, 8, 0, nullptr, &in, &bf), zemStatusBadOrder);  // order before null
-    EXPECT_EQ(ownFFTGetSize_R_32f(29, 3, 0, nullptr, &in, &bf), zemStatusNullPointer);
-    EXPECT_EQ(ownFFTGetSize_R_32f(29, 3, 0, &st, &in, &bf), zemStatusBadFlag);  // flag before the length
     // Init into a caller's buffer of exactly the reported size, from an odd address.
     for (int order : {3, 6, 9, 12}) {
         ASSERT_EQ(ownFFTGetSize_R_32f(order, 1, 0, &st, &in, &bf), zemStatusOk);
@@ -148,13 +143,7 @@ TEST(RealTransform, SizesChecksAndContexts) {
         ASSERT_EQ(ownFFTFwd_RToCCS_32f(x.data(), out.data(), s, nullptr), zemStatusOk);
         EXPECT_NEAR(out[0], 1.0f, 1e-6);
         EXPECT_EQ(ownFFTFree_R_32f(s), zemStatusOk);
-        EXPECT_EQ(ownFFTFwd_RToCCS_32f(x.data(), out.data(), s, nullptr), zemStatusBadContext);
-        EXPECT_EQ(ownFFTFree_R_32f(s), zemStatusBadContext);
     }
-    Transform t(5, 8);
-    float v[64];
-    EXPECT_EQ(ownFFTFwd_RToPack_32f(nullptr, v, nullptr, nullptr), zemStatusNullPointer);
-    EXPECT_EQ(ownFFTFwd_RToPack_32f(nullptr, v, t.state, nullptr), zemStatusNullPointer);
     // A transform that needs a buffer allocates it for the call; failure reports NoMemory.
     Transform big(9, 8);
     std::vector<float> x(512), out(512);
@@ -205,4 +194,124 @@ TEST(RealTransform, SixteenBitWrapperAndAutocorrelation) {
     ASSERT_EQ(ownAutoCorr_32f(one, 1, r, 3), zemStatusOk);  // lags from len on are zero
     EXPECT_EQ(r[0], 4.0f);
     EXPECT_EQ(r[2], 0.0f);
+}
+
+namespace {
+// The arguments of the transform's set-up and transforms in one record.
+struct FftArgs {
+    void* state;  // a state, or where set-up stores it
+    int order, flag;
+    Zem8u *memState, *memInit;
+    Zem32s* size;
+    const void* src;
+    void* dst;
+    int len;
+};
+using FA = const FftArgs&;
+using S32 = ZemsFFTState_R_32f;
+using S16 = ZemsFFTState_R_16s;
+const float* fl(const void* p) { return static_cast<const float*>(p); }
+float* fl(void* p) { return static_cast<float*>(p); }
+}  // namespace
+
+// Set-up: the order range, pointers, the flag, then the length limit (orders 28 to 30 pass
+// the first test); transforms: the state, its id, then the arrays.  Nothing written.
+TEST(RealTransform, ChecksInOrder) {
+    alignas(32) static Zem8u mem[40000], init[40000];
+    alignas(32) static float src[1024], dst[1100];
+    static Zem32s sizes[3];
+    static void* made;
+    using B = zemtest::Break<FftArgs>;
+    const B orderRange{"order outside 0 .. 30", [](FftArgs& a) { a.order = a.order == 29 ? 31 : -1; }, zemStatusBadOrder};
+    const B flag{"flag", [](FftArgs& a) { a.flag = 3; }, zemStatusBadFlag};
+    const B length{"order 29", [](FftArgs& a) { a.order = a.order < 0 ? a.order : 29; }, zemStatusBadOrder};
+    const B stateNull{"state", [](FftArgs& a) { a.state = nullptr; }, zemStatusNullPointer};
+    const B memNull{"memState", [](FftArgs& a) { a.memState = nullptr; }, zemStatusNullPointer};
+    const B sizeNull{"sizes", [](FftArgs& a) { a.size = nullptr; }, zemStatusNullPointer};
+    const FftArgs setup{&made, 8, 1, mem, init, sizes, src, dst, 8};
+    const std::vector<zemtest::Region> sizeOut{zemtest::region(sizes, 3)}, memOut{zemtest::region(&made, 1)};
+    zemtest::expectCheckOrder<FftArgs>("ownFFTGetSize_R_32f", setup,
+        [](FA a) { return ownFFTGetSize_R_32f(a.order, a.flag, 0, a.size, a.size ? a.size + 1 : nullptr, a.size ? a.size + 2 : nullptr); },
+        {orderRange, sizeNull, flag, length}, sizeOut);
+    zemtest::expectCheckOrder<FftArgs>("ownFFTGetSize_R_16s", setup,
+        [](FA a) { return ownFFTGetSize_R_16s(a.order, a.flag, 0, a.size, a.size ? a.size + 1 : nullptr, a.size ? a.size + 2 : nullptr); },
+        {orderRange, sizeNull, flag, length}, sizeOut);
+    zemtest::expectCheckOrder<FftArgs>("ownFFTInit_R_32f", setup,
+        [](FA a) { return ownFFTInit_R_32f(static_cast<S32**>(a.state), a.order, a.flag, 0, a.memState, a.memInit); },
+        {stateNull, orderRange, memNull, {"memInit above order 10", [](FftArgs& a) { a.memInit = nullptr, a.order = a.order == 8 ? 11 : a.order; }, zemStatusNullPointer}, flag, length},
+        memOut, zemtest::kSkipValidCall);
+    zemtest::expectCheckOrder<FftArgs>("ownFFTInit_R_16s", setup,
+        [](FA a) { return ownFFTInit_R_16s(static_cast<S16**>(a.state), a.order, a.flag, 0, a.memState, a.memInit); },
+        {stateNull, orderRange, memNull, flag, length,
+         {"memInit above order 10", [](FftArgs& a) { a.memInit = nullptr, a.order = a.order == 8 ? 11 : a.order; }, zemStatusNullPointer}},
+        memOut, zemtest::kSkipValidCall);
+    zemtest::expectCheckOrder<FftArgs>("ownFFTInitAlloc_R_32f", setup,
+        [](FA a) { return ownFFTInitAlloc_R_32f(static_cast<S32**>(a.state), a.order, a.flag, 0); },
+        {stateNull, orderRange, flag, length}, memOut, zemtest::kSkipValidCall);
+    zemtest::expectCheckOrder<FftArgs>("ownFFTInitAlloc_R_16s", setup,
+        [](FA a) { return ownFFTInitAlloc_R_16s(static_cast<S16**>(a.state), a.order, a.flag, 0); },
+        {stateNull, orderRange, flag, length}, memOut, zemtest::kSkipValidCall);
+    // Transforms and release on live states and on released ones (id 0: a bad context).
+    Transform t(8, 8);
+    ZemsFFTState_R_16s *t16 = nullptr, *dead16 = nullptr;
+    ZemsFFTState_R_32f* deadState = nullptr;
+    alignas(32) static Zem8u deadMem[4096], deadMem16[4096];
+    ASSERT_EQ(ownFFTInitAlloc_R_16s(&t16, 8, 8, 0), zemStatusOk);
+    ASSERT_EQ(ownFFTInit_R_32f(&deadState, 8, 8, 0, deadMem, nullptr), zemStatusOk);
+    ASSERT_EQ(ownFFTInit_R_16s(&dead16, 8, 8, 0, deadMem16, nullptr), zemStatusOk);
+    ASSERT_EQ(ownFFTFree_R_32f(deadState), zemStatusOk);
+    ASSERT_EQ(ownFFTFree_R_16s(dead16), zemStatusOk);
+    const B live{"state", [](FftArgs& a) { a.state = nullptr; }, zemStatusNullPointer};
+    const B context{"id", [](FftArgs& a) { a.memState = nullptr; }, zemStatusBadContext};  // picks the released state
+    const B srcNull{"src", [](FftArgs& a) { a.src = nullptr; }, zemStatusNullPointer};
+    const B dstNull{"dst", [](FftArgs& a) { a.dst = nullptr; }, zemStatusNullPointer};
+    const FftArgs run{t.state, 8, 8, mem, nullptr, sizes, src, dst, 8};
+    auto s32 = [&](FA a) { return !a.state ? nullptr : a.memState ? static_cast<S32*>(a.state) : deadState; };
+    auto s16 = [&](FA a) { return !a.state ? nullptr : a.memState ? t16 : dead16; };
+    const std::vector<zemtest::Region> dstOut{zemtest::region(dst, 1100)};
+    using C = std::function<ZemStatus(FA)>;
+    for (const auto& [name, call] : std::vector<std::pair<const char*, C>>{
+             {"ownFFTFwd_RToCCS_32f", [&](FA a) { return ownFFTFwd_RToCCS_32f(fl(a.src), fl(a.dst), s32(a), nullptr); }},
+             {"ownFFTFwd_RToPack_32f", [&](FA a) { return ownFFTFwd_RToPack_32f(fl(a.src), fl(a.dst), s32(a), nullptr); }},
+             {"ownFFTFwd_RToPerm_32f", [&](FA a) { return ownFFTFwd_RToPerm_32f(fl(a.src), fl(a.dst), s32(a), nullptr); }},
+             {"ownFFTInv_PackToR_32f", [&](FA a) { return ownFFTInv_PackToR_32f(fl(a.src), fl(a.dst), s32(a), nullptr); }},
+             {"ownFFTFwd_RToCCS_16s_Sfs", [&](FA a) {
+                  return ownFFTFwd_RToCCS_16s_Sfs(static_cast<const Zem16s*>(a.src), static_cast<Zem32s*>(a.dst), s16(a), 0, nullptr);
+              }}})
+        zemtest::expectCheckOrder<FftArgs>(name, run, call, {live, context, srcNull, dstNull}, dstOut);
+    zemtest::expectCheckOrder<FftArgs>("ownFFTGetBufSize_R_32f", run,
+        [&](FA a) { return ownFFTGetBufSize_R_32f(s32(a), a.size); }, {live, sizeNull, context}, sizeOut);
+    EXPECT_EQ(ownFFTFree_R_32f(nullptr), zemStatusNullPointer);
+    EXPECT_EQ(ownFFTFree_R_16s(nullptr), zemStatusNullPointer);
+    EXPECT_EQ(ownFFTFree_R_32f(deadState), zemStatusBadContext);
+    EXPECT_EQ(ownFFTFree_R_16s(dead16), zemStatusBadContext);
+    EXPECT_EQ(ownFFTFree_R_16s(t16), zemStatusOk);
+    const FftArgs pack{nullptr, 0, 0, nullptr, nullptr, nullptr, src, dst, 8};
+    zemtest::expectCheckOrder<FftArgs>("ownMulPackConj_32f", pack, [](FA a) { return ownMulPackConj_32f(fl(a.src), fl(a.dst), a.len); },
+        {srcNull, dstNull, {"len", [](FftArgs& a) { a.len = 0; }, zemStatusBadSize}}, dstOut);
+    zemtest::expectCheckOrder<FftArgs>("ownAutoCorr_32f", pack, [](FA a) { return ownAutoCorr_32f(fl(a.src), a.len, fl(a.dst), a.order + 4); },
+        {srcNull, dstNull, {"len", [](FftArgs& a) { a.len = 0; }, zemStatusBadSize}, {"nLags", [](FftArgs& a) { a.order = -4; }, zemStatusBadSize}}, dstOut);
+}
+
+// Set-up in its own memory: every allocation failing in turn gives NoMemory, leaves the
+// state pointer alone and leaks nothing (order 12 also takes set-up scratch).
+TEST(RealTransform, AllocationFailures) {
+    for (int order : {3, 12}) {
+        for (int k = 1;; ++k) {
+            const int64_t live = zemcoreTestLiveAllocations();
+            ZemsFFTState_R_32f* s = nullptr;
+            ZemsFFTState_R_16s* s16 = nullptr;
+            zemcoreTestFailAllocation(k);
+            const ZemStatus a = ownFFTInitAlloc_R_32f(&s, order, 8, 0);
+            zemcoreTestFailAllocation(k);
+            const ZemStatus b = ownFFTInitAlloc_R_16s(&s16, order, 8, 0);
+            zemcoreTestFailAllocation(0);
+            EXPECT_TRUE(a == zemStatusOk || (a == zemStatusNoMemory && !s)) << k;
+            EXPECT_TRUE(b == zemStatusOk || (b == zemStatusNoMemory && !s16)) << k;
+            if (s) ownFFTFree_R_32f(s);
+            if (s16) ownFFTFree_R_16s(s16);
+            EXPECT_EQ(zemcoreTestLiveAllocations(), live) << k;
+            if (a == zemStatusOk && b == zemStatusOk) break;
+        }
+    }
 }
