@@ -282,12 +282,14 @@ void freeBank(State* st) {
 }
 
 // The centre test: c[0] >= 0, c[i-1] <= c[i] <= c[i+1] for i = 1 .. nFilter-1, and
-// c[nFilter+1] <= N/2.
+// c[nFilter+1] <= N/2.  The library adds c[nFilter] within 0 .. N/2: with it every centre
+// lies in the spectrum, so no run of Get/SetCoeffs and no span of evaluation leaves the
+// rows.
 bool centresValid(const Zem32s* c, int nFilter, int n) {
     if (c[0] < 0) return false;
     for (int i = 1; i <= nFilter - 1; ++i)
         if (c[i - 1] > c[i] || c[i] > c[i + 1]) return false;
-    return c[nFilter + 1] <= n / 2;
+    return c[nFilter + 1] <= n / 2 && c[nFilter] >= 0 && c[nFilter] <= n / 2;
 }
 
 template <class State>

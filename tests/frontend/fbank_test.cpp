@@ -685,6 +685,28 @@ TEST(FilterBank, ExtremeArgumentsStayDefined) {
     EXPECT_EQ(eval32(INT32_MIN), eval32(-100));
 }
 
+// A centre list whose last pair leaves the spectrum is refused, the bank unchanged.
+TEST(FilterBank, CentresOutsideTheSpectrumAreRefused) {
+    ZemsFBankState_32f* st = nullptr;
+    Zem32s order = 0;
+    ASSERT_EQ(zemsMelFBankInitAlloc_32f(&st, &order, 256, 8000, 100, 4000, 10, 1127, 700, 2), zemStatusOk);
+    Zem32s before[12], after[12];
+    ASSERT_EQ(zemsFBankGetCenters_32f(st, before), zemStatusOk);
+    const Zem32s far[12] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 100000, 128}, below[12] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, -5, 128};
+    EXPECT_EQ(zemsFBankSetCenters_32f(st, far), zemStatusBadFBank);
+    EXPECT_EQ(zemsFBankSetCenters_32f(st, below), zemStatusBadFBank);
+    ASSERT_EQ(zemsFBankGetCenters_32f(st, after), zemStatusOk);
+    EXPECT_TRUE(std::equal(before, before + 12, after));
+    // One filter: its middle centre has no other test.
+    ZemsFBankState_16s* one = nullptr;
+    ASSERT_EQ(zemsEmptyFBankInitAlloc_16s(&one, &order, 256, 1, 1), zemStatusOk);
+    const Zem32s single[3] = {5, -100000, 10}, fine[3] = {5, 128, 10};
+    EXPECT_EQ(zemsFBankSetCenters_16s(one, single), zemStatusBadFBank);
+    EXPECT_EQ(zemsFBankSetCenters_16s(one, fine), zemStatusOk);
+    zemsFBankFree_16s(one);
+    zemsFBankFree_32f(st);
+}
+
 // The fixed-point bank at a rate of 1 Hz: every check passes and the bank stays inside a
 // buffer of exactly the reported size (a heap block, so that the sanitizer sees its end).
 TEST(FilterBank, FixedPointBankStaysInsideItsSize) {
