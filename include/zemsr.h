@@ -1072,7 +1072,131 @@ ZEMSR_API ZemStatus zemsHighBandCoding_Aurora_32s_Sfs(const Zem32s* srcBands, co
 
 /* ---- Split VQ and vector forming: to come ---- */
 
-/* ---- Column and row statistics: to come ---- */
+/* ---- Column and row statistics ----------------------------------------------
+ * Over a table whose rows are feature vectors: column sums s[j] = sum_i x[i][j], means
+ * s[j] / height, variances (sum_i x[i][j]^2 - height * mean[j]^2) / (height - 1), their
+ * weighted forms, row sums, normalisation, row subtraction and column copies.
+ * Threads: no records; every call is reentrant on distinct outputs.
+ * Determinism: same result for any alignment, either layout and any thread count; each
+ * column sums its rows in order 0 .. height - 1, each row sum folds 8 (Zem64f: 4) lanes
+ * in a fixed tree. */
+ZEMSR_API ZemStatus zemsSumColumn_32f_D2(const Zem32f* src, int step, int height, Zem32f* dst, int width);
+ZEMSR_API ZemStatus zemsSumColumn_32f_D2L(const Zem32f* const* srcRows, int height, Zem32f* dst, int width);
+ZEMSR_API ZemStatus zemsSumColumn_64f_D2(const Zem64f* src, int step, int height, Zem64f* dst, int width);
+ZEMSR_API ZemStatus zemsSumColumn_64f_D2L(const Zem64f* const* srcRows, int height, Zem64f* dst, int width);
+ZEMSR_API ZemStatus zemsSumColumn_16s32f_D2(const Zem16s* src, int step, int height, Zem32f* dst, int width);
+ZEMSR_API ZemStatus zemsSumColumn_16s32f_D2L(const Zem16s* const* srcRows, int height, Zem32f* dst, int width);
+ZEMSR_API ZemStatus zemsSumColumn_16s32s_D2Sfs(const Zem16s* src, int step, int height, Zem32s* dst, int width,
+                                               int scaleFactor);
+ZEMSR_API ZemStatus zemsSumColumn_16s32s_D2LSfs(const Zem16s* const* srcRows, int height, Zem32s* dst, int width,
+                                                int scaleFactor);
+ZEMSR_API ZemStatus zemsSumRow_32f_D2(const Zem32f* src, int width, int step, Zem32f* dst, int height);
+ZEMSR_API ZemStatus zemsSumRow_32f_D2L(const Zem32f* const* srcRows, int width, Zem32f* dst, int height);
+ZEMSR_API ZemStatus zemsSumRow_64f_D2(const Zem64f* src, int width, int step, Zem64f* dst, int height);
+ZEMSR_API ZemStatus zemsSumRow_64f_D2L(const Zem64f* const* srcRows, int width, Zem64f* dst, int height);
+ZEMSR_API ZemStatus zemsSumRow_16s32f_D2(const Zem16s* src, int width, int step, Zem32f* dst, int height);
+ZEMSR_API ZemStatus zemsSumRow_16s32f_D2L(const Zem16s* const* srcRows, int width, Zem32f* dst, int height);
+ZEMSR_API ZemStatus zemsSumRow_16s32s_D2Sfs(const Zem16s* src, int width, int step, Zem32s* dst, int height,
+                                            int scaleFactor);
+ZEMSR_API ZemStatus zemsSumRow_16s32s_D2LSfs(const Zem16s* const* srcRows, int width, Zem32s* dst, int height,
+                                             int scaleFactor);
+ZEMSR_API ZemStatus zemsMeanColumn_32f_D2(const Zem32f* src, int height, int step, Zem32f* dstMean, int width);
+ZEMSR_API ZemStatus zemsMeanColumn_32f_D2L(const Zem32f* const* srcRows, int height, Zem32f* dstMean, int width);
+ZEMSR_API ZemStatus zemsMeanColumn_16s_D2(const Zem16s* src, int height, int step, Zem16s* dstMean, int width);
+ZEMSR_API ZemStatus zemsMeanColumn_16s_D2L(const Zem16s* const* srcRows, int height, Zem16s* dstMean, int width);
+ZEMSR_API ZemStatus zemsVarColumn_32f_D2(const Zem32f* src, int height, int step, const Zem32f* mean, Zem32f* dstVar,
+                                         int width);
+ZEMSR_API ZemStatus zemsVarColumn_32f_D2L(const Zem32f* const* srcRows, int height, const Zem32f* mean,
+                                          Zem32f* dstVar, int width);
+ZEMSR_API ZemStatus zemsVarColumn_16s_D2Sfs(const Zem16s* src, int height, int step, const Zem16s* mean,
+                                            Zem16s* dstVar, int width, int scaleFactor);
+ZEMSR_API ZemStatus zemsVarColumn_16s_D2LSfs(const Zem16s* const* srcRows, int height, const Zem16s* mean,
+                                             Zem16s* dstVar, int width, int scaleFactor);
+ZEMSR_API ZemStatus zemsMeanVarColumn_32f_D2(const Zem32f* src, int height, int step, Zem32f* dstMean,
+                                             Zem32f* dstVar, int width);
+ZEMSR_API ZemStatus zemsMeanVarColumn_32f_D2L(const Zem32f* const* srcRows, int height, Zem32f* dstMean,
+                                              Zem32f* dstVar, int width);
+ZEMSR_API ZemStatus zemsMeanVarColumn_16s_D2Sfs(const Zem16s* src, int height, int step, Zem16s* dstMean,
+                                                Zem16s* dstVar, int width, int scaleFactor);
+ZEMSR_API ZemStatus zemsMeanVarColumn_16s_D2LSfs(const Zem16s* const* srcRows, int height, Zem16s* dstMean,
+                                                 Zem16s* dstVar, int width, int scaleFactor);
+ZEMSR_API ZemStatus zemsMeanVarColumn_16s32s_D2Sfs(const Zem16s* src, int height, int step, Zem32s* dstMean,
+                                                   Zem32s* dstVar, int width, int scaleFactor);
+ZEMSR_API ZemStatus zemsMeanVarColumn_16s32s_D2LSfs(const Zem16s* const* srcRows, int height, Zem32s* dstMean,
+                                                    Zem32s* dstVar, int width, int scaleFactor);
+ZEMSR_API ZemStatus zemsMeanVarColumn_16s16s32s_D2(const Zem16s* src, int height, int step, Zem16s* dstMean,
+                                                   Zem32s* dstVar, int width);
+ZEMSR_API ZemStatus zemsMeanVarColumn_16s16s32s_D2L(const Zem16s* const* srcRows, int height, Zem16s* dstMean,
+                                                    Zem32s* dstVar, int width);
+ZEMSR_API ZemStatus zemsWeightedMeanColumn_32f_D2(const Zem32f* src, int step, const Zem32f* weights, int height,
+                                                  Zem32f* dstMean, int width);
+ZEMSR_API ZemStatus zemsWeightedMeanColumn_32f_D2L(const Zem32f* const* srcRows, const Zem32f* weights, int height,
+                                                   Zem32f* dstMean, int width);
+ZEMSR_API ZemStatus zemsWeightedMeanColumn_64f_D2(const Zem64f* src, int step, const Zem64f* weights, int height,
+                                                  Zem64f* dstMean, int width);
+ZEMSR_API ZemStatus zemsWeightedMeanColumn_64f_D2L(const Zem64f* const* srcRows, const Zem64f* weights, int height,
+                                                   Zem64f* dstMean, int width);
+ZEMSR_API ZemStatus zemsWeightedVarColumn_32f_D2(const Zem32f* src, int step, const Zem32f* weights, int height,
+                                                 const Zem32f* mean, Zem32f* dstVar, int width);
+ZEMSR_API ZemStatus zemsWeightedVarColumn_32f_D2L(const Zem32f* const* srcRows, const Zem32f* weights, int height,
+                                                  const Zem32f* mean, Zem32f* dstVar, int width);
+ZEMSR_API ZemStatus zemsWeightedVarColumn_64f_D2(const Zem64f* src, int step, const Zem64f* weights, int height,
+                                                 const Zem64f* mean, Zem64f* dstVar, int width);
+ZEMSR_API ZemStatus zemsWeightedVarColumn_64f_D2L(const Zem64f* const* srcRows, const Zem64f* weights, int height,
+                                                  const Zem64f* mean, Zem64f* dstVar, int width);
+ZEMSR_API ZemStatus zemsWeightedMeanVarColumn_32f_D2(const Zem32f* src, int step, const Zem32f* weights, int height,
+                                                     Zem32f* dstMean, Zem32f* dstVar, int width);
+ZEMSR_API ZemStatus zemsWeightedMeanVarColumn_32f_D2L(const Zem32f* const* srcRows, const Zem32f* weights,
+                                                      int height, Zem32f* dstMean, Zem32f* dstVar, int width);
+ZEMSR_API ZemStatus zemsWeightedMeanVarColumn_64f_D2(const Zem64f* src, int step, const Zem64f* weights, int height,
+                                                     Zem64f* dstMean, Zem64f* dstVar, int width);
+ZEMSR_API ZemStatus zemsWeightedMeanVarColumn_64f_D2L(const Zem64f* const* srcRows, const Zem64f* weights,
+                                                      int height, Zem64f* dstMean, Zem64f* dstVar, int width);
+ZEMSR_API ZemStatus zemsWeightedSum_32f(const Zem32f* src1, const Zem32f* src2, Zem32f* dst, int len,
+                                        Zem32f weight1, Zem32f weight2);
+ZEMSR_API ZemStatus zemsWeightedSum_64f(const Zem64f* src1, const Zem64f* src2, Zem64f* dst, int len,
+                                        Zem64f weight1, Zem64f weight2);
+ZEMSR_API ZemStatus zemsWeightedSum_16s(const Zem16s* src1, const Zem16s* src2, Zem16s* dst, int len,
+                                        Zem32f weight1, Zem32f weight2);
+ZEMSR_API ZemStatus zemsWeightedSumHalf_32f(const Zem32f* weightedSrc1, const Zem32f* src2, Zem32f* dst, int len,
+                                            Zem32f weight1, Zem32f weight2);
+ZEMSR_API ZemStatus zemsWeightedSumHalf_64f(const Zem64f* weightedSrc1, const Zem64f* src2, Zem64f* dst, int len,
+                                            Zem64f weight1, Zem64f weight2);
+ZEMSR_API ZemStatus zemsWeightedSumHalf_16s(const Zem16s* weightedSrc1, const Zem16s* src2, Zem16s* dst, int len,
+                                            Zem32f weight1, Zem32f weight2);
+ZEMSR_API ZemStatus zemsNormalizeColumn_32f_D2(Zem32f* srcDst, int step, int height, const Zem32f* mean,
+                                               const Zem32f* invStd, int width);
+ZEMSR_API ZemStatus zemsNormalizeColumn_32f_D2L(Zem32f* const* srcDstRows, int height, const Zem32f* mean,
+                                                const Zem32f* invStd, int width);
+ZEMSR_API ZemStatus zemsNormalizeColumn_16s_D2Sfs(Zem16s* srcDst, int step, int height, const Zem16s* mean,
+                                                  const Zem16s* invStd, int width, int scaleFactor);
+ZEMSR_API ZemStatus zemsNormalizeColumn_16s_D2LSfs(Zem16s* const* srcDstRows, int height, const Zem16s* mean,
+                                                   const Zem16s* invStd, int width, int scaleFactor);
+ZEMSR_API ZemStatus zemsSubRow_32f_D2(const Zem32f* row, int width, Zem32f* srcDst, int step, int height);
+ZEMSR_API ZemStatus zemsSubRow_32f_D2L(const Zem32f* row, int width, Zem32f* const* srcDstRows, int height);
+ZEMSR_API ZemStatus zemsSubRow_16s_D2(const Zem16s* row, int width, Zem16s* srcDst, int step, int height);
+ZEMSR_API ZemStatus zemsSubRow_16s_D2L(const Zem16s* row, int width, Zem16s* const* srcDstRows, int height);
+ZEMSR_API ZemStatus zemsAddAllRowSum_32f_D2(const Zem32f* src, int step, int height, Zem32f* srcDst, int width);
+ZEMSR_API ZemStatus zemsAddAllRowSum_32f_D2L(const Zem32f* const* srcRows, int height, Zem32f* srcDst, int width);
+ZEMSR_API ZemStatus zemsAddNRows_32f_D2(const Zem32f* src, int height, int offset, int step, const Zem32s* rowBase,
+                                        const Zem16u* rowCounts, int n, Zem32f* dst, int width, Zem32f val);
+ZEMSR_API ZemStatus zemsCopyColumn_32f_D2(const Zem32f* src, int width, Zem32f* dst, int dstStep, int height);
+ZEMSR_API ZemStatus zemsCopyColumn_16s_D2(const Zem16s* src, int width, Zem16s* dst, int dstStep, int height);
+ZEMSR_API ZemStatus zemsCopyColumn_Indirect_32f_D2(const Zem32f* src, int srcWidth, int srcStep, Zem32f* dst,
+                                                   const Zem32s* index, int dstWidth, int dstStep, int height);
+ZEMSR_API ZemStatus zemsCopyColumn_Indirect_32f_D2L(const Zem32f* const* srcRows, int srcWidth,
+                                                    Zem32f* const* dstRows, const Zem32s* index, int dstWidth,
+                                                    int height);
+ZEMSR_API ZemStatus zemsCopyColumn_Indirect_64f_D2(const Zem64f* src, int srcWidth, int srcStep, Zem64f* dst,
+                                                   const Zem32s* index, int dstWidth, int dstStep, int height);
+ZEMSR_API ZemStatus zemsCopyColumn_Indirect_64f_D2L(const Zem64f* const* srcRows, int srcWidth,
+                                                    Zem64f* const* dstRows, const Zem32s* index, int dstWidth,
+                                                    int height);
+ZEMSR_API ZemStatus zemsCopyColumn_Indirect_16s_D2(const Zem16s* src, int srcWidth, int srcStep, Zem16s* dst,
+                                                   const Zem32s* index, int dstWidth, int dstStep, int height);
+ZEMSR_API ZemStatus zemsCopyColumn_Indirect_16s_D2L(const Zem16s* const* srcRows, int srcWidth,
+                                                    Zem16s* const* dstRows, const Zem32s* index, int dstWidth,
+                                                    int height);
 
 /* ---- Gaussian re-estimation ------------------------------------------------------------ */
 /* Accumulation: meanAcc += (x - m) val, varAcc += (x - m)^2 val; column sums and sums of squares;
