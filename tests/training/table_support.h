@@ -17,16 +17,23 @@ namespace tabletest {
 template <class T>
 struct Table {
     int height, width, step;
+    size_t offset;
     zemtest::Buffer<T> block;
     std::vector<T*> rowPtrs;
-    Table(int h, int w, size_t offset, int extra, zemtest::Random& rnd, double lo, double hi)
-        : height(h), width(w), step(w + extra), block(static_cast<size_t>(h) * (w + extra), offset) {
+    Table(int h, int w, size_t off, int extra, zemtest::Random& rnd, double lo, double hi)
+        : height(h), width(w), step(w + extra), offset(off), block(static_cast<size_t>(h) * (w + extra), off) {
         const auto v = std::is_integral_v<T> ? rnd.integers<T>(block.size(), static_cast<int64_t>(lo),
                                                                 static_cast<int64_t>(hi))
                                              : rnd.uniform<T>(block.size(), lo, hi);
         for (size_t i = 0; i < v.size(); ++i) block[i] = v[i];
         for (int i = 0; i < h; ++i) rowPtrs.push_back(block.data() + static_cast<size_t>(i) * step);
     }
+    // A copy with its own storage at the same misalignment.
+    Table(const Table& o) : height(o.height), width(o.width), step(o.step), offset(o.offset), block(o.block.size(), o.offset) {
+        for (size_t i = 0; i < block.size(); ++i) block[i] = o.block[i];
+        for (int i = 0; i < height; ++i) rowPtrs.push_back(block.data() + static_cast<size_t>(i) * step);
+    }
+    Table& operator=(const Table&) = delete;
     T at(int i, int j) const { return rowPtrs[i][j]; }
     T* const* rows() const { return rowPtrs.data(); }
     const T* const* crows() const { return rowPtrs.data(); }

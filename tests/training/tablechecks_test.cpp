@@ -39,7 +39,7 @@ struct Fixture {
     void* dstRows[H];
     Zem32s index[W] = {};
     Zem32s base[2] = {0, 1};
-    Zem32s baseTooFar[2] = {0, H};
+    Zem32s baseTooFar[2] = {0, H - 1};  // with counts[1] = 1: row H, one past the end
     Zem16u counts[2] = {0, 1};
     Fixture() {
         for (int i = 0; i < H; ++i) {
