@@ -51,7 +51,7 @@ TEST(RowOps, FloatNormalizeAndSubtractInBothLayouts) {
 TEST(RowOps, SixteenBitNormalizeShiftsAndSaturates) {
     zemtest::Random rnd(22);
     const int h = 7, w = 21;
-    Table<Zem16s> t(h, w, 2, 3, rnd, -32768, 32767);
+    Table<Zem16s> t(h, w, 4, 3, rnd, -32768, 32767);
     std::vector<Zem16s> mean = rnd.integers<Zem16s>(w, -32768, 32767), invStd = rnd.integers<Zem16s>(w, -32768, 32767);
     t.rowPtrs[0][0] = -32768, mean[0] = 32767, invStd[0] = -32768;  // the largest product
     t.rowPtrs[0][1] = 5, mean[1] = 3, invStd[1] = 1;                 // small products show the shifts
@@ -77,7 +77,7 @@ TEST(RowOps, SixteenBitNormalizeShiftsAndSaturates) {
 TEST(RowOps, SixteenBitSubtractionSaturates) {
     zemtest::Random rnd(23);
     const int h = 5, w = 19;
-    Table<Zem16s> t(h, w, 6, 2, rnd, -32768, 32767);
+    Table<Zem16s> t(h, w, 12, 2, rnd, -32768, 32767);
     std::vector<Zem16s> row = rnd.integers<Zem16s>(w, -32768, 32767);
     t.rowPtrs[0][0] = 32767, row[0] = -32768;
     t.rowPtrs[0][1] = -32768, row[1] = 1;

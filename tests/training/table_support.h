@@ -12,8 +12,9 @@
 
 namespace tabletest {
 
-// height rows of width elements, rows step apart in one block whose start sits `offset`
-// bytes past a 64-byte boundary; rows() is the same table as an array of row pointers.
+// height rows of width elements, rows step apart in one block whose start sits `off`
+// bytes past a 64-byte boundary for Zem32f (scaled by the element size for the other
+// types, so that every element keeps its natural alignment); rows() is the same table as an array of row pointers.
 template <class T>
 struct Table {
     int height, width, step;
@@ -21,7 +22,7 @@ struct Table {
     zemtest::Buffer<T> block;
     std::vector<T*> rowPtrs;
     Table(int h, int w, size_t off, int extra, zemtest::Random& rnd, double lo, double hi)
-        : height(h), width(w), step(w + extra), offset(off), block(static_cast<size_t>(h) * (w + extra), off) {
+        : height(h), width(w), step(w + extra), offset(off * sizeof(T) / 4), block(static_cast<size_t>(h) * (w + extra), offset) {
         const auto v = std::is_integral_v<T> ? rnd.integers<T>(block.size(), static_cast<int64_t>(lo),
                                                                 static_cast<int64_t>(hi))
                                              : rnd.uniform<T>(block.size(), lo, hi);

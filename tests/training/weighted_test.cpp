@@ -86,7 +86,8 @@ TEST(Weighted, ColumnMeansAndVariancesInBothLayouts) {
 // The float forms: (w1 * r) * a + (w2 * r) * b, the half form r * a + (w2 * r) * b.
 template <class T>
 void sumCase(int len, size_t offset, zemtest::Random& rnd) {
-    zemtest::Buffer<T> a(len, offset), b(len, offset + 8), got(len, offset), half(len, offset);
+    const size_t off = offset * sizeof(T) / 4;
+    zemtest::Buffer<T> a(len, off), b(len, off + 8), got(len, off), half(len, off);
     const auto va = rnd.uniform<T>(len, -100.0, 100.0), vb = rnd.uniform<T>(len, -100.0, 100.0);
     for (int i = 0; i < len; ++i) a[i] = va[i], b[i] = vb[i];
     const T w1 = T(0.3), w2 = T(1.9), r = T(1) / (w1 + w2);
