@@ -139,9 +139,23 @@ void noiseUpdate32s(const Zem32s* A, const Zem32s* B, Zem32s* dst, int len, int 
 
 // eta = (0.98 D + 0.02 max(P - N, 0)) / N, h = eta / (eta + 1), x = max(h P / N, floor)
 // (a NaN takes the floor), gain x / (x + 1).  1 / N by a true division.
+// Eight bins a step with the same operations lane by lane (max(x, floor) takes the floor
+// for a NaN, as the scalar test does), the rest one by one.
 void wiener32f(const float* P, const float* N, const float* D, float* dst, int len) {
+    namespace simd = zem::simd;
     constexpr float kFloor = 0.07943282f;
-    for (int k = 0; k < len; ++k) {
+    const simd::F32x8 one = simd::splat(1.0f), zero = simd::splat(0.0f), floor = simd::splat(kFloor);
+    const simd::F32x8 a = simd::splat(0.98f), b = simd::splat(0.02f);
+    int k = 0;
+    for (; k + 8 <= len; k += 8) {
+        const simd::F32x8 p = simd::load(P + k), n = simd::load(N + k);
+        const simd::F32x8 r = one / n;
+        const simd::F32x8 e = simd::max(p - n, zero);
+        const simd::F32x8 eta = (a * simd::load(D + k) + b * e) * r;
+        const simd::F32x8 x = simd::max(eta / (eta + one) * (p * r), floor);
+        simd::store(dst + k, x / (x + one));
+    }
+    for (; k < len; ++k) {
         const float r = 1.0f / N[k];
         const float d = P[k] - N[k], e = d > 0.0f ? d : 0.0f;
         const float eta = (0.98f * D[k] + 0.02f * e) * r;
