@@ -167,8 +167,8 @@ inline void releaseRecord(Rec* r) {
     if (block) zemFree(block);
 }
 
-// Records whose layout is fixed field by field, without a RecordHead: one block from the
-// allocator with the record at its start, so that the record pointer is the block.
+// One separate block from the allocator, released by releaseBlock: the pieces of records
+// made of many blocks, and the one block of a laid-out record (allocateLaidOut below).
 inline void* allocateBlock(int64_t bytes) { return bytes > 0 ? zemMalloc(bytes) : nullptr; }
 inline void releaseBlock(void* block) { zemFree(block); }
 
@@ -209,19 +209,16 @@ private:
 template <class T>
 using HeapScratch = Scratch<T, 0>;
 
-// For a record whose layout and size a Part fixes and that carries no RecordHead: one
-// block of exactly `bytes` from the allocator, carved by build(arena, block) from its
-// first `align` boundary; build returns the record, which keeps `block` in a field of
-// its own and hands it to releaseLaidOut.  On failure *out is untouched.
+// A record whose fields and size are fixed one by one and that carries no RecordHead: one
+// block of exactly `bytes`; build(block) lays the record out in it (from whatever boundary
+// its layout asks) and returns it.  The record keeps the block, at its start or in a field
+// of its own, and its Free hands it to releaseBlock.  On failure *out is untouched.
 template <class Rec, class Build>
-inline ZemStatus allocateLaidOut(Rec** out, int64_t bytes, size_t align, Build&& build) {
-    void* block = zemMalloc(bytes);
+inline ZemStatus allocateLaidOut(Rec** out, int64_t bytes, Build&& build) {
+    void* block = allocateBlock(bytes);
     if (!block) return zemStatusNoMemory;
-    Arena a = Arena::forBuffer(alignUp<char>(block, align));
-    *out = build(a, block);
+    *out = build(block);
     return zemStatusOk;
 }
-
-inline void releaseLaidOut(void* block) { zemFree(block); }
 
 }  // namespace zem

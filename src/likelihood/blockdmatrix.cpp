@@ -81,7 +81,8 @@ ZemStatus initAlloc(Record** pMatrix, const T* const* rows, const Zem32s* blockS
                 return int64_t{reserved} >= neededBytes(blockSizes, numBlocks, order, sizeof(T));
             }, zemStatusNoMemory)))
         return s;
-    return zem::allocateLaidOut(pMatrix, reserved, zem::kMatrixAlign, [&](zem::Arena& arena, void* block) {
+    return zem::allocateLaidOut(pMatrix, reserved, [&](void* block) {
+        zem::Arena arena = zem::Arena::forBuffer(zem::alignUp<char>(block, zem::kMatrixAlign));
         return build<Record>(arena, block, rows, blockSizes, numBlocks, order);
     });
 }
@@ -105,17 +106,17 @@ ZEMSR_API ZemStatus zemsBlockDMatrixInitAlloc_64f(ZemsBlockDMatrix_64f** pMatrix
 
 ZEMSR_API ZemStatus zemsBlockDMatrixFree_16s(ZemsBlockDMatrix_16s* matrix) {
     if (const ZemStatus s = zem::firstFailure(zem::nonNull(matrix))) return s;
-    zem::releaseLaidOut(matrix->allocation);
+    zem::releaseBlock(matrix->allocation);
     return zemStatusOk;
 }
 ZEMSR_API ZemStatus zemsBlockDMatrixFree_32f(ZemsBlockDMatrix_32f* matrix) {
     if (const ZemStatus s = zem::firstFailure(zem::nonNull(matrix))) return s;
-    zem::releaseLaidOut(matrix->allocation);
+    zem::releaseBlock(matrix->allocation);
     return zemStatusOk;
 }
 ZEMSR_API ZemStatus zemsBlockDMatrixFree_64f(ZemsBlockDMatrix_64f* matrix) {
     if (const ZemStatus s = zem::firstFailure(zem::nonNull(matrix))) return s;
-    zem::releaseLaidOut(matrix->allocation);
+    zem::releaseBlock(matrix->allocation);
     return zemStatusOk;
 }
 

@@ -65,33 +65,33 @@ ZemStatus initVariable(State** state, float window, int nStep, float rollf, floa
     designVariable(h.data(), T, nStep, rollf, alpha);
 
     const int64_t entryBytes = intTable ? 2 : 4;
-    void* block = zem::allocateBlock(static_cast<int64_t>(sizeof(State)) + 31 + (T + 1) * entryBytes);
-    if (!block) return zemStatusNoMemory;
-    zem::Arena arena = zem::Arena::forBuffer(block);
-    State* st = arena.template record<State>();
-    st->stepInv = 1.0f / static_cast<float>(nStep);
-    st->nStep = nStep;
-    st->tableLen = static_cast<Zem32s>(T);
-    st->normFactor = 1.0f;
-    if (intTable) {
-        double peak = 0.0;
-        for (int64_t i = 0; i < T; ++i) peak = std::fmax(peak, std::fabs(h[i]));
-        const double k = 16383.0 / peak;
-        Zem16s* table = arena.template take<Zem16s>(T + 1);
-        for (int64_t i = 0; i < T; ++i) table[i] = roundHalfAway16(h[i] * k);
-        table[T] = table[T - 1];
-        st->normFactor = static_cast<float>(peak / 16383.0);
-        st->table = table;
-        st->flags = 2;
-    } else {
-        float* table = arena.template take<float>(T + 1);
-        for (int64_t i = 0; i < T; ++i) table[i] = static_cast<float>(h[i]);
-        table[T] = table[T - 1];
-        st->table = table;
-        st->flags = hint == zemAlgHintAccurate ? 1 : 2;
-    }
-    *state = st;
-    return zemStatusOk;
+    const int64_t bytes = static_cast<int64_t>(sizeof(State)) + 31 + (T + 1) * entryBytes;
+    return zem::allocateLaidOut(state, bytes, [&](void* block) {
+        zem::Arena arena = zem::Arena::forBuffer(block);
+        State* st = arena.template record<State>();
+        st->stepInv = 1.0f / static_cast<float>(nStep);
+        st->nStep = nStep;
+        st->tableLen = static_cast<Zem32s>(T);
+        st->normFactor = 1.0f;
+        if (intTable) {
+            double peak = 0.0;
+            for (int64_t i = 0; i < T; ++i) peak = std::fmax(peak, std::fabs(h[i]));
+            const double k = 16383.0 / peak;
+            Zem16s* table = arena.template take<Zem16s>(T + 1);
+            for (int64_t i = 0; i < T; ++i) table[i] = roundHalfAway16(h[i] * k);
+            table[T] = table[T - 1];
+            st->normFactor = static_cast<float>(peak / 16383.0);
+            st->table = table;
+            st->flags = 2;
+        } else {
+            float* table = arena.template take<float>(T + 1);
+            for (int64_t i = 0; i < T; ++i) table[i] = static_cast<float>(h[i]);
+            table[T] = table[T - 1];
+            st->table = table;
+            st->flags = hint == zemAlgHintAccurate ? 1 : 2;
+        }
+        return st;
+    });
 }
 
 // One side of the filter at a stretched spacing (factor below 1): taps at p, p + d, ...

@@ -172,19 +172,18 @@ ZemStatus initAllocFixed(State** state, int inRate, int outRate, int len, float 
     if (!g.ok()) return zemStatusNoMemory;
     for (int64_t m = d.c + 1; m < points; ++m) g[m] = 0.0;
     designFixed(g.data(), d, rollf, alpha);
-    void* block = zem::allocateBlock(geo.bytes);
-    if (!block) return zemStatusNoMemory;
-    State* st = layOut<State>(block, geo, tapBytes, true);
-    st->flags = hint == zemAlgHintAccurate ? 1 : 2;
-    if (tapBytes == 2) {
-        st->normFactor = 6.1035156e-05f;
-        fillRows(reinterpret_cast<Zem16s* const*>(st->filters), geo, g.data(), d);
-    } else {
-        st->normFactor = 1.0f;
-        fillRows(reinterpret_cast<float* const*>(st->filters), geo, g.data(), d);
-    }
-    *state = st;
-    return zemStatusOk;
+    return zem::allocateLaidOut(state, geo.bytes, [&](void* block) {
+        State* st = layOut<State>(block, geo, tapBytes, true);
+        st->flags = hint == zemAlgHintAccurate ? 1 : 2;
+        if (tapBytes == 2) {
+            st->normFactor = 6.1035156e-05f;
+            fillRows(reinterpret_cast<Zem16s* const*>(st->filters), geo, g.data(), d);
+        } else {
+            st->normFactor = 1.0f;
+            fillRows(reinterpret_cast<float* const*>(st->filters), geo, g.data(), d);
+        }
+        return st;
+    });
 }
 
 // Init designs nothing: the caller sets the rows.
