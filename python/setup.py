@@ -27,8 +27,8 @@ class BuildWithLibrary(build_py):
         decls = _header.write_module(header, os.path.join(target, "_exports.py"))
         print("zemsr: %d exports from %s" % (len(decls["exports"]), header))
         os.makedirs(os.path.join(target, "_lib"), exist_ok=True)
-        for lib in ("libzemcore.so", "libzemsr.so"):
-            found = sorted(glob.glob(os.path.join(libdir, lib + ".*.*.*")))
+        for lib in ("libzemcore.so", "libzemsr.so", "libzemsr_pyrows.so"):
+            found = sorted(glob.glob(os.path.join(libdir, lib + "*")), key=len)
             if not found:
                 raise SystemExit("zemsr: no %s in %s (build the library with CMake first, or set "
                                  "ZEMSR_LIBRARY_DIR)" % (lib, libdir))

@@ -5,7 +5,8 @@ package was built, so the module always holds exactly the exports of the header
 it was built against.  Each function takes the C parameters in the C order:
 
 * a pointer to numbers takes a numpy array (or an object with the buffer
-  protocol) of exactly the element type, C-contiguous, writeable where the C side
+  protocol) of exactly the element type, C-contiguous (or a 2-D view whose rows are
+  contiguous, for the ``_D2`` layouts and their step), writeable where the C side
   writes; ``None`` passes a null pointer;
 * a pointer to row pointers (the ``_D2L`` layouts) takes a 2-D array or a list of
   1-D arrays;
@@ -130,6 +131,11 @@ def _as_array(value, fname, pname):
         raise TypeError("%s: %s must be a numpy array, not %s" % (fname, pname, type(value).__name__)) from None
 
 
+def _rows_of_contiguous(a):
+    """A matrix view whose rows are contiguous and in order (a _D2 block with a larger step)."""
+    return a.ndim == 2 and a.strides[1] == a.itemsize and a.strides[0] >= a.shape[1] * a.itemsize
+
+
 def _pointer_arg(fname, pname, base, writes):
     dtype = DTYPES[base]
 
@@ -139,8 +145,8 @@ def _pointer_arg(fname, pname, base, writes):
         a = _as_array(value, fname, pname)
         if a.dtype != dtype:
             raise TypeError("%s: %s must have dtype %s (%s), not %s" % (fname, pname, dtype, base, a.dtype))
-        if not a.flags.c_contiguous:
-            raise ValueError("%s: %s must be C-contiguous" % (fname, pname))
+        if not a.flags.c_contiguous and not _rows_of_contiguous(a):
+            raise ValueError("%s: %s must be C-contiguous (or rows of contiguous elements)" % (fname, pname))
         if writes and not a.flags.writeable:
             raise ValueError("%s: %s must be writeable" % (fname, pname))
         keep.append(a)
