@@ -1066,7 +1066,35 @@ ZEMSR_API ZemStatus zemsHighBandCoding_Aurora_32s_Sfs(const Zem32s* srcBands, co
 
 /* ---- MCRA noise tracking and filter updates: to come ---- */
 
-/* ---- Codebook objects and training: to come ---- */
+/* ---- Codebook objects and training ------------------------------------------------ */
+/* A codebook of codewords c[k] and weights w: d(x, c[k]) = sum over j of w[j] * (x[j] - c[k][j])^2.
+ * hint ZEM_CDBK_LIST keeps every training vector (with a cell index at widths 1 and 2);
+ * ZEM_CDBK_SPLIT_WIDEST and ZEM_CDBK_SPLIT_FULLEST grow a binary tree of k-means centroids to
+ * cdbkSize leaves (fewer, with zemStatusCdbkSizeWarning, when no leaf can be split). */
+/* Threads: creation and release are single-threaded; a codebook is read-only for the block
+ * searches and may be shared by them, while the single-vector searches write its distance scratch
+ * (one such call at a time per codebook).
+ * Determinism: training gives the same codebook for the same data, whatever the alignment. */
+ZEMSR_API ZemStatus zemsCdbkGetSize_16s(int width, int step, int height, int cdbkSize, int hint, Zem32s* size);
+ZEMSR_API ZemStatus zemsCdbkGetSize_32f(int width, int step, int height, int cdbkSize, int hint, Zem32s* size);
+ZEMSR_API ZemStatus zemsCdbkInit_L2_16s(ZemsCdbkState_16s* state, const Zem16s* src, int width, int step,
+                                        int height, int cdbkSize, int hint);
+ZEMSR_API ZemStatus zemsCdbkInit_L2_32f(ZemsCdbkState_32f* state, const Zem32f* src, int width, int step,
+                                        int height, int cdbkSize, int hint);
+ZEMSR_API ZemStatus zemsCdbkInitAlloc_L2_16s(ZemsCdbkState_16s** cdbk, const Zem16s* src, int width, int step,
+                                             int height, int cdbkSize, int hint);
+ZEMSR_API ZemStatus zemsCdbkInitAlloc_L2_32f(ZemsCdbkState_32f** cdbk, const Zem32f* src, int width, int step,
+                                             int height, int cdbkSize, int hint);
+ZEMSR_API ZemStatus zemsCdbkInitAlloc_WgtL2_16s(ZemsCdbkState_16s** cdbk, const Zem16s* src, const Zem16s* weights,
+                                                int width, int step, int height, int cdbkSize, int hint);
+ZEMSR_API ZemStatus zemsCdbkInitAlloc_WgtL2_32f(ZemsCdbkState_32f** cdbk, const Zem32f* src, const Zem32f* weights,
+                                                int width, int step, int height, int cdbkSize, int hint);
+ZEMSR_API ZemStatus zemsCdbkFree_16s(ZemsCdbkState_16s* cdbk);
+ZEMSR_API ZemStatus zemsCdbkFree_32f(ZemsCdbkState_32f* cdbk);
+ZEMSR_API ZemStatus zemsGetCdbkSize_16s(const ZemsCdbkState_16s* cdbk, Zem32s* size);
+ZEMSR_API ZemStatus zemsGetCdbkSize_32f(const ZemsCdbkState_32f* cdbk, Zem32s* size);
+ZEMSR_API ZemStatus zemsGetCodebook_16s(const ZemsCdbkState_16s* cdbk, Zem16s* dst, int dstStep);
+ZEMSR_API ZemStatus zemsGetCodebook_32f(const ZemsCdbkState_32f* cdbk, Zem32f* dst, int dstStep);
 
 /* ---- Codebook search: to come ---- */
 

@@ -352,6 +352,7 @@ void addSequenceRows(Table& t);
 void addLpRows(Table& t);
 void addRobustRows(Table& t);
 void addDtwRows(Table& t);
+void addCodebookRows(Table& t);
 
 // A finding that the sweep knows about and that is being fixed elsewhere.
 struct KnownFinding {

@@ -631,6 +631,7 @@ struct Registry {
         addLpRows(table);
         addDtwRows(table);
         addRobustRows(table);
+        addCodebookRows(table);
         for (const Row& r : table.rows) byName.emplace(r.name, &r);
     }
 };
