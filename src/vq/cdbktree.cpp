@@ -12,6 +12,7 @@
 // each 16-bit centroid and rounds it to the nearest integer.
 #include <cstring>
 
+#include "primitives/simd.h"
 #include "vq/cdbkbuild.h"
 
 namespace zem::vq {
@@ -24,6 +25,31 @@ template <class T>
 using NodeT = ZemsCdbkNode<T>;
 
 bool hasCache(int width) { return width == 1 || width == 2 || width == 4 || width == 8; }
+
+// The candidate that a scan in order keeps when a later one replaces the best only by
+// cdbkBetter, starting from ZEM_MAX_32F: its index, or -1 when none qualifies.  d is
+// readable up to n rounded up to 8.  Only a value below the current best can beat it, so
+// a group of 8 is screened by that comparison and its remaining lanes get the exact test
+// in order.
+int marginArgMin(const Zem32f* d, int n, Zem32f* bestOut) {
+    Zem32f best = ZEM_MAX_32F;
+    int pick = -1;
+    for (int g = 0; g < n; g += 8) {
+        const unsigned valid = n - g >= 8 ? 0xffu : (1u << (n - g)) - 1u;
+        const simd::F32x8 v = simd::load(d + g);
+        unsigned lanes = static_cast<unsigned>(simd::signMask(simd::lt(v, simd::splat(best)))) & valid;
+        while (lanes) {
+            const int lane = __builtin_ctz(lanes);
+            lanes &= lanes - 1u;
+            if (!cdbkBetter(best, d[g + lane])) continue;
+            pick = g + lane;
+            best = d[pick];
+            lanes &= static_cast<unsigned>(simd::signMask(simd::lt(v, simd::splat(best))));
+        }
+    }
+    *bestOut = best;
+    return pick;
+}
 
 template <class T>
 NodeT<T>* newNode(int width, int depth) {
@@ -64,6 +90,7 @@ public:
     ZemStatus run();
 
 private:
+    ZemStatus grow();
     Zem32f wd(const T* a, const T* b) const { return wdist(a, b, set_.weights, set_.width); }
     const T* x(int i) const { return set_.row(i); }
 
@@ -86,6 +113,19 @@ private:
     Zem32s* assign_;
     Zem32f* dist_;
     double* mean_ = nullptr;  // 16-bit form: a double mean per leaf, width each, during a split
+
+    // The assignment pass measures one vector against 8 leaves at a time: the centroids
+    // stand transposed as Zem32f, dimension j of leaf l at columns_[j * lanes_ + l], and
+    // each lane sums its leaf's terms in ascending j, so that every distance has the bits
+    // of wdist.
+    void refreshColumns(int leaves);
+    template <bool kUnit>
+    void leafDistances(int leaves);
+    Zem32f* xf_ = nullptr;        // the vector being assigned, as Zem32f
+    int lanes_ = 0;               // cdbkSize rounded up to 8
+    Zem32f* columns_ = nullptr;   // width * lanes_
+    Zem32f* leafDist_ = nullptr;  // lanes_ distances of one vector
+    Zem32f* weights_ = nullptr;   // width weights as Zem32f
 };
 
 template <class T>
@@ -235,19 +275,53 @@ bool Trainer<T>::nudge(int a, int n, Zem32s parentCount) {
 // One k-means assignment pass over all vectors; returns the number that moved.  A vector
 // never leaves a leaf of fewer than two members, so no leaf empties.
 template <class T>
+void Trainer<T>::refreshColumns(int leaves) {
+    for (int l = 0; l < lanes_; ++l)
+        for (int j = 0; j < set_.width; ++j)
+            columns_[int64_t{j} * lanes_ + l] = l < leaves ? static_cast<Zem32f>(nodes_[l]->centroid[j]) : 0.0f;
+}
+
+// Distances of the vector in xf_ from every leaf into leafDist_, 8 leaves a lane group and
+// up to four groups sharing the broadcasts of one dimension.  With unit weights the
+// product by the weight is left out: it would not change a bit.
+template <class T>
+template <bool kUnit>
+void Trainer<T>::leafDistances(int leaves) {
+    using simd::F32x8;
+    const int width = set_.width;
+    for (int g = 0; g < leaves; g += 32) {
+        const int groups = (leaves - g + 7) / 8 < 4 ? (leaves - g + 7) / 8 : 4;
+        F32x8 acc[4] = {simd::splat(0.0f), simd::splat(0.0f), simd::splat(0.0f), simd::splat(0.0f)};
+        const Zem32f* col = columns_ + g;
+        for (int j = 0; j < width; ++j, col += lanes_) {
+            const F32x8 xj = simd::splat(xf_[j]);
+            const F32x8 wj = simd::splat(weights_[j]);
+            for (int k = 0; k < 4; ++k) {
+                if (k >= groups) break;
+                const F32x8 d = xj - simd::load(col + 8 * k);
+                acc[k] = acc[k] + (kUnit ? d * d : wj * (d * d));
+            }
+        }
+        for (int k = 0; k < groups; ++k) simd::store(leafDist_ + g + 8 * k, acc[k]);
+    }
+}
+
+template <class T>
 int Trainer<T>::reassign(int leaves, Zem32f* total) {
+    refreshColumns(leaves);
+    const int width = set_.width;
+    const bool unit = (st_->flags & kFlagWeighted) == 0;
     int moved = 0;
     Zem32f sum = 0.0f;
     for (int i = 0; i < set_.height; ++i) {
+        const T* xi = x(i);
+        for (int j = 0; j < width; ++j) xf_[j] = static_cast<Zem32f>(xi[j]);
+        if (unit) leafDistances<true>(leaves);
+        else leafDistances<false>(leaves);
+        // The first of nearly equal leaves stays.
         Zem32f best = ZEM_MAX_32F;
-        int bestLeaf = 0;
-        for (int l = 0; l < leaves; ++l) {
-            const Zem32f d = wd(x(i), nodes_[l]->centroid);
-            if (cdbkBetter(best, d)) {
-                best = d;
-                bestLeaf = l;
-            }
-        }
+        const int found = marginArgMin(leafDist_, leaves, &best);
+        const int bestLeaf = found < 0 ? 0 : found;
         const int cur = assign_[i];
         if (bestLeaf == cur) {
             dist_[i] = best;
@@ -289,6 +363,13 @@ ZemStatus Trainer<T>::split(int a, int n) {
         return zemStatusNoMemory;
     }
     const int leaves = n + 1;
+    Scratch<Zem32s, 2048> memberList(parent->count);
+    Scratch<Zem32f, 2048> memberDist(int64_t{parent->count} + 8);
+    if (!memberList.ok() || !memberDist.ok()) {
+        releaseNode(left);
+        releaseNode(right);
+        return zemStatusNoMemory;
+    }
     if constexpr (kIs16s<T>) {
         // The double means, sized as the training's own block: (leaves + 4) rows and
         // their row pointers.
@@ -306,18 +387,25 @@ ZemStatus Trainer<T>::split(int a, int n) {
     nodes_[n] = left;
     nodes_[a] = right;
 
-    // The nearer half of the parent's members seeds the new leaf.
+    // The nearer half of the parent's members seeds the new leaf: count / 2 times the
+    // first member of least distance (by cdbkBetter) moves over.  Only members are
+    // scanned, in training order, as a scan of all vectors would meet them.
+    // A member that has moved holds ZEM_MAX_32F, which nothing beats, so the scans run
+    // over a packed copy of the members' distances.
+    int members = 0;
+    for (int i = 0; i < height && members < parent->count; ++i)
+        if (assign_[i] == a) {
+            memberList[members] = i;
+            memberDist[members++] = dist_[i];
+        }
+    for (int k = members; k < (members + 7) / 8 * 8; ++k) memberDist[k] = ZEM_MAX_32F;
     for (int s = parent->count / 2; s > 0; --s) {
-        Zem32f best = ZEM_MAX_32F;
-        int pick = -1;
-        for (int i = 0; i < height; ++i)
-            if (assign_[i] == a && cdbkBetter(best, dist_[i])) {
-                best = dist_[i];
-                pick = i;
-            }
-        if (pick < 0) break;
-        assign_[pick] = n;
-        dist_[pick] = ZEM_MAX_32F;
+        Zem32f best;
+        const int k = marginArgMin(memberDist.data(), members, &best);
+        if (k < 0) break;
+        assign_[memberList[k]] = n;
+        dist_[memberList[k]] = ZEM_MAX_32F;
+        memberDist[k] = ZEM_MAX_32F;
     }
 
     ZemStatus status = zemStatusOk;
@@ -463,6 +551,22 @@ ZemStatus Trainer<T>::finish(int leaves) {
 
 template <class T>
 ZemStatus Trainer<T>::run() {
+    const int width = set_.width;
+    lanes_ = (cdbkSize_ + 7) / 8 * 8;
+    Zem32f* work = newBlock<Zem32f>((int64_t{width} + 1) * lanes_ + 2 * int64_t{width});
+    if (!work) return zemStatusNoMemory;
+    columns_ = work;
+    leafDist_ = work + int64_t{width} * lanes_;
+    weights_ = leafDist_ + lanes_;
+    xf_ = weights_ + width;
+    for (int j = 0; j < width; ++j) weights_[j] = static_cast<Zem32f>(set_.weights[j]);
+    const ZemStatus s = grow();
+    freeBlock(work);
+    return s;
+}
+
+template <class T>
+ZemStatus Trainer<T>::grow() {
     if (const ZemStatus s = makeRoot()) return s;
     int leaves = 1;
     ZemStatus result = zemStatusOk;

@@ -188,7 +188,7 @@ void callerBlock() {
     using A = Api<T>;
     Random r(11);
     for (const auto& [width, step] : {std::pair{1, 3}, {2, 2}, {4, 9}, {3, 3}, {8, 8}, {13, 17}})
-        for (size_t offset : {0, 8, 20}) {
+        for (size_t offset : {0, 8, 24}) {
             const int H = 9;
             const std::vector<T> src = data<T>(r, size_t(step) * H);
             Zem32s bytes = 0;
