@@ -152,3 +152,44 @@ def test_high_level_calls_leave_nothing_allocated(no_leaks):
     zemsr.resample(x, 16000, 8000)
     zemsr.pitch_formants(x[:4000])
     assert zemsr.live_allocations() == before
+
+
+def test_noise_reduction_quietens_pauses_and_keeps_speech():
+    lead_ms, speech_ms = (int(v) for v in open(os.path.join(DATA, "utterances.txt")).readline().split()[1:3])
+    clean = zemsr.resample(read("one.wav"), 16000, 8000).astype(np.float32)
+    noisy = clean + (np.random.default_rng(3).standard_normal(clean.size) * 300).astype(np.float32)
+    out = zemsr.reduce_noise(noisy)
+    assert out.shape == clean.shape and np.all(np.isfinite(out))
+
+    def db(a):
+        return 10 * np.log10(np.mean(np.square(a, dtype=np.float64)))
+
+    pause, speech = slice(0, lead_ms * 8 - 400), slice(lead_ms * 8, (lead_ms + speech_ms) * 8)
+    assert db(out[pause]) < db(noisy[pause]) - 10
+    assert abs(db(out[speech]) - db(clean[speech])) < 2
+    # In time with the input: the residual is least without a shift.
+    err = [db(out[speech] - np.roll(clean, d)[speech]) for d in (-4, -1, 0, 1, 4)]
+    assert np.argmin(err) == 2
+    assert not np.any(zemsr.reduce_noise(np.zeros(4000, np.int16)))
+
+
+def test_noise_reduction_cleans_noisy_speech_in_step():
+    rng = np.random.default_rng(3)
+    speech = zemsr.resample(read("two.wav"), 16000, 8000).astype(np.float32)
+    clean = np.concatenate([np.zeros(1600, np.float32), speech])  # 0.2 s of noise alone first
+
+    def snr(y, lag=0):
+        y = np.roll(y, lag)[16:-16]
+        c = clean[16:-16]
+        return 10 * np.log10((c * c).sum() / ((c - y) ** 2).sum())
+
+    noisy = clean + rng.normal(0, 1000, clean.size).astype(np.float32)
+    y = zemsr.reduce_noise(noisy)
+    assert y.dtype == np.float32 and y.shape == clean.shape
+    assert snr(y) > snr(noisy) + 3
+    # Aligned with the input: a sample's shift either way does worse.
+    assert snr(y) > max(snr(y, -1), snr(y, 1)) + 1
+    # The noise alone is taken down by more than 10 dB.
+    assert (y[200:1400] ** 2).mean() < 0.1 * (noisy[200:1400] ** 2).mean()
+    assert np.array_equal(zemsr.reduce_noise(np.rint(noisy).clip(-32768, 32767).astype(np.int16)),
+                          zemsr.reduce_noise(np.rint(noisy).clip(-32768, 32767).astype(np.float32)))
