@@ -7,7 +7,7 @@ import numpy as np
 import pytest
 
 import zemsr
-from conftest import DATA
+from conftest import DATA, SOURCE
 
 FILES = ["one.wav", "two.wav", "three.wav", "four.wav", "five.wav", "six.wav"]
 
@@ -193,3 +193,20 @@ def test_noise_reduction_cleans_noisy_speech_in_step():
     assert (y[200:1400] ** 2).mean() < 0.1 * (noisy[200:1400] ** 2).mean()
     assert np.array_equal(zemsr.reduce_noise(np.rint(noisy).clip(-32768, 32767).astype(np.int16)),
                           zemsr.reduce_noise(np.rint(noisy).clip(-32768, 32767).astype(np.float32)))
+
+
+def test_the_readme_example_runs_and_finds_the_speech(capsys):
+    with open(os.path.join(SOURCE, "README.md"), encoding="utf-8") as f:
+        text = f.read()
+    code = text.split("```python\n", 1)[1].split("```", 1)[0]
+    cwd = os.getcwd()
+    os.chdir(SOURCE)
+    try:
+        with warnings.catch_warnings():
+            warnings.simplefilter("error")  # no copies, no statuses
+            exec(compile(code, "README.md", "exec"), {})
+    finally:
+        os.chdir(cwd)
+    line = capsys.readouterr().out.split()[0]
+    assert line.strip(".#") == "" and "#" * 20 in line
+    assert line.startswith("....") and line.endswith("....")  # pauses either side

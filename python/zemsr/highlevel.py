@@ -36,6 +36,8 @@ def _matrix(x, name, width=None):
         raise ValueError("%s must be a non-empty 2-D array (frames, features), not shape %s" % (name, x.shape))
     if width is not None and x.shape[1] != width:
         raise ValueError("%s must have %d columns, not %d" % (name, width, x.shape[1]))
+    if x.shape[0] == 1 and x.strides[1] == 4:
+        return x, x.shape[1]  # one row (a[None] has row stride 0): its step is never used
     if x.strides[1] != 4 or x.strides[0] <= 0 or x.strides[0] % 4:
         warnings.warn(CopyNote("%s copied: its rows are not contiguous float32" % name), stacklevel=3)
         x = np.ascontiguousarray(x)
