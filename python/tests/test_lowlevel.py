@@ -35,7 +35,7 @@ def test_version_record():
 def test_status_numbers_become_exceptions_and_warnings():
     s = np.array([-12.5, -10.0, -11.25], np.float32)
     d = np.zeros(1, np.float32)
-    assert L.zemsLogSum_32f(s, d, 3) == 0
+    assert L.zemsLogSum_32f(s, d, np.int64(3)) == 0
     assert d[0] == pytest.approx(np.log(np.exp(s.astype(np.float64)).sum()), abs=1e-4)
     with pytest.raises(zemsr.errors.BadSizeError) as e:
         L.zemsLogSum_32f(s, d, 0)
@@ -70,6 +70,8 @@ def test_bad_arguments_are_refused_before_the_call():
         (lambda: L.zemsLogSum_32f([0.0] * 4, f32[:1], 4), TypeError, ["src", "list"]),
         (lambda: L.zemsLogSum_32f(f32, f32[:1], 4.0), TypeError, ["len", "integer"]),
         (lambda: L.zemsLogSum_32f(f32, f32[:1], 2**31), ValueError, ["len", "fit"]),
+        (lambda: L.zemsLogSum_32f(f32, f32[:1], True), TypeError, ["len", "integer"]),
+        (lambda: L.zemsLogSum_32f(f32, f32[:1], np.int64(-2**31 - 1)), ValueError, ["len", "fit"]),
         (lambda: L.zemsLogSum_32f(f32, f32[:1]), TypeError, ["takes 3"]),
         (lambda: L.zemsDCTLifter_32f(f32, f32, bank), TypeError, ["state", "ZemsDCTLifterState_32f"]),
         (lambda: L.zemsDCTLifter_32f(f32, f32, f32), TypeError, ["state", "record"]),

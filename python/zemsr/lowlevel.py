@@ -211,13 +211,16 @@ def _scalar_arg(fname, pname, base):
             return float(value)
         return convert, ctype
     info = np.iinfo(DTYPES[base])
+    lo, hi = int(info.min), int(info.max)  # iinfo computes its bounds on every read
 
     def convert(value, keep):
-        if isinstance(value, (bool, np.bool_)) or not isinstance(value, (int, np.integer)):
-            raise TypeError("%s: %s must be an integer, not %s" % (fname, pname, type(value).__name__))
-        if not info.min <= value <= info.max:
+        if type(value) is not int:
+            if isinstance(value, (bool, np.bool_)) or not isinstance(value, (int, np.integer)):
+                raise TypeError("%s: %s must be an integer, not %s" % (fname, pname, type(value).__name__))
+            value = int(value)
+        if not lo <= value <= hi:
             raise ValueError("%s: %s = %d does not fit %s" % (fname, pname, value, base))
-        return int(value)
+        return value
 
     return convert, ctype
 
@@ -282,7 +285,11 @@ class Export:
         if len(values) != len(self._inputs):
             raise TypeError("%s takes %d arguments (%s), %d given" % (
                 self.name, len(self._inputs), ", ".join(self._inputs), len(values)))
-        keep, cargs, given, outs = [], [], iter(values), []
+        keep = []
+        if not self._outs and self._status:  # the common case, kept short: one pass, one call
+            status = self.raw(*[conv(v, keep) for conv, v in zip(self._converters, values)])
+            return errors.check(status, self.name) if status else 0
+        cargs, given, outs = [], iter(values), []
         for conv in self._converters:
             if conv is None:
                 slot = ctypes.c_void_p()
