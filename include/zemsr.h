@@ -1062,9 +1062,57 @@ ZEMSR_API ZemStatus zemsHighBandCoding_Aurora_32f(const Zem32f* srcBands, const 
 ZEMSR_API ZemStatus zemsHighBandCoding_Aurora_32s_Sfs(const Zem32s* srcBands, const Zem32s* srcLow,
                                                       const Zem32s* srcHigh, Zem32s* dst, Zem32s scaleFactor);
 
-/* ---- Aurora voice activity detection: to come ---- */
+/* ---- Aurora voice activity detection --------------------------------------------------- */
+/* Per frame: trackers follow the floors of the spectral variance, the energy (sum of the 25
+ * mel bands, squared) and the low-band level; a frame is active when one stands above its
+ * floor or activityCount >= 5; the longest run r of active frames among the last seven gives
+ * zemVADSpeech while r >= 3 or a hangover (23 frames, 40 after an early onset; short one of 5)
+ * runs, else zemVADNoise.  The first ten frames give zemVADUndecided; after the last frame call
+ * zemsVADFlush_Aurora_* until it gives zemVADUndecided.  The record is 64 bytes in the caller's
+ * buffer (4-byte aligned), shared by both element types, but one signal keeps to one type.
+ * Checks: null pointers only.
+ * Threads: a record belongs to one thread at a time; distinct records may run in parallel.
+ * Determinism: the same bits for any alignment. */
+enum { zemVADSpeech = 1, zemVADNoise = 2, zemVADUndecided = 4 };
+ZEMSR_API ZemStatus zemsVADGetBufSize_Aurora_16s(Zem32s* size);
+ZEMSR_API ZemStatus zemsVADGetBufSize_Aurora_32f(Zem32s* size);
+ZEMSR_API ZemStatus zemsVADInit_Aurora_16s(ZemsVADState_Aurora* state);
+ZEMSR_API ZemStatus zemsVADInit_Aurora_32f(ZemsVADState_Aurora* state);
+/* src: the 25 mel band values of the frame; srcSpectrum: 64 spectrum values. */
+ZEMSR_API ZemStatus zemsVADDecision_Aurora_16s(const Zem16s* src, const Zem16s* srcSpectrum, Zem32s activityCount,
+                                                Zem32s* decision, ZemsVADState_Aurora* state);
+ZEMSR_API ZemStatus zemsVADDecision_Aurora_32f(const Zem32f* src, const Zem32f* srcSpectrum, Zem32s activityCount,
+                                                Zem32s* decision, ZemsVADState_Aurora* state);
+ZEMSR_API ZemStatus zemsVADFlush_Aurora_16s(Zem32s* decision, ZemsVADState_Aurora* state);
+ZEMSR_API ZemStatus zemsVADFlush_Aurora_32f(Zem32s* decision, ZemsVADState_Aurora* state);
 
-/* ---- MCRA noise tracking and filter updates: to come ---- */
+/* ---- MCRA noise tracking and filter updates ------------------------------------------- */
+/* Noise power per bin by minima controlled recursive averaging: S = aS S + (1 - aS) X;
+ * Smin the minimum of S over a window of about a second; presence p = aP p + (1 - aP)[S > 5 Smin];
+ * N = a N + (1 - a) X with a = aD + (1 - aD) p; aD, aS, aP = 0.7, 0.8, 0.2 to the power
+ * 125 step / sampleRate.  The state (zemsGetSizeMCRA_*: 16 (fftLen/2) + 104 bytes, 8-byte
+ * aligned) lives in the caller's buffer and points into itself: it cannot be moved after Init.
+ * Spectra hold fftLen/2 + 1 bins; the _32s form holds Q31 constants.  Gains:
+ * zemsFilterUpdateWiener_* gives x/(1 + x) (Q15 in, Q31 out in _32s, by table; zemStatusBadArg
+ * when an element is negative, its gain 0); zemsFilterUpdateEMNS_* gives the Ephraim-Malah
+ * amplitude gain w M(w g) from the Wiener gain w (0 .. 1, Q31) and the a posteriori ratio g
+ * (Q15), by table.  Gains take 1 .. 65535 elements.
+ * Threads: a state belongs to one thread at a time; the gains hold no state.
+ * Determinism: the same bits for any alignment and thread count. */
+ZEMSR_API ZemStatus zemsGetSizeMCRA_32f(Zem32s fftLen, Zem32s* size);
+ZEMSR_API ZemStatus zemsGetSizeMCRA_32s(Zem32s fftLen, Zem32s* size);
+ZEMSR_API ZemStatus zemsInitMCRA_32f(Zem32s sampleRate, Zem32s fftLen, ZemsMCRAState_32f* state);
+ZEMSR_API ZemStatus zemsInitMCRA_32s(Zem32s sampleRate, Zem32s fftLen, ZemsMCRAState_32s* state);
+ZEMSR_API ZemStatus zemsAltInitMCRA_32f(Zem32s sampleRate, Zem32s fftLen, Zem32s step, ZemsMCRAState_32f* state);
+ZEMSR_API ZemStatus zemsAltInitMCRA_32s(Zem32s sampleRate, Zem32s fftLen, Zem32s step, ZemsMCRAState_32s* state);
+ZEMSR_API ZemStatus zemsUpdateNoisePSDMCRA_32f_I(const Zem32f* src, ZemsMCRAState_32f* state, Zem32f* srcDstNoise);
+ZEMSR_API ZemStatus zemsUpdateNoisePSDMCRA_32s_I(const Zem32s* src, ZemsMCRAState_32s* state, Zem32s* srcDstNoise);
+ZEMSR_API ZemStatus zemsFilterUpdateEMNS_32f(const Zem32f* srcWiener, const Zem32f* srcPostSNR, Zem32f* dst,
+                                             Zem32s len);
+ZEMSR_API ZemStatus zemsFilterUpdateEMNS_32s(const Zem32s* srcWiener, const Zem32s* srcPostSNR, Zem32s* dst,
+                                             Zem32s len);
+ZEMSR_API ZemStatus zemsFilterUpdateWiener_32f(const Zem32f* src, Zem32f* dst, Zem32s len);
+ZEMSR_API ZemStatus zemsFilterUpdateWiener_32s(const Zem32s* src, Zem32s* dst, Zem32s len);
 
 /* ---- Codebook objects and training ------------------------------------------------ */
 /* A codebook of codewords c[k] and weights w: d(x, c[k]) = sum over j of w[j] * (x[j] - c[k][j])^2.

@@ -4,6 +4,23 @@
 #include "sweep.h"
 
 namespace sweep {
+namespace {
+
+// The voice activity record (64 bytes) and MCRA states for a 256-point transform (129 bins).
+constexpr Zem32s kMcraFft = 256, kMcraBytes = 16 * (kMcraFft / 2) + 104;
+
+const RecordKind kVad = {"VAD record", [] { return int64_t{64}; },
+                         [](void* buf) { return zemsVADInit_Aurora_32f(static_cast<ZemsVADState_Aurora*>(buf)); }, {},
+                         {}};
+template <class St>
+RecordKind mcraKind(const char* name, ZemStatus (*init)(Zem32s, Zem32s, St*)) {
+    return {name, [] { return int64_t{kMcraBytes}; },
+            [=](void* buf) { return init(16000, kMcraFft, static_cast<St*>(buf)); }, {}, {}};
+}
+const RecordKind kMcra32f = mcraKind<ZemsMCRAState_32f>("MCRA state 32f", zemsInitMCRA_32f);
+const RecordKind kMcra32s = mcraKind<ZemsMCRAState_32s>("MCRA state 32s", zemsInitMCRA_32s);
+
+}  // namespace
 
 void addRobustRows(Table& t) {
     t.family = "robust";
@@ -30,6 +47,31 @@ void addRobustRows(Table& t) {
         {In(L + K - 1), Out(10), Out(10), Len(L), In(K), Len(K), Sf()});
     ROW(t, zemsHighBandCoding_Aurora_32f, {L(65), K(129)}, {In(3), In(L), In(K), Out(3)});
     ROW(t, zemsHighBandCoding_Aurora_32s_Sfs, {L(65), K(129)}, {In(3), In(L), In(K), Out(3), Sf()});
+
+    // Voice activity: 25 mel bands and 64 spectrum values a frame.
+    ROW(t, zemsVADGetBufSize_Aurora_16s, {}, {Out(1)});
+    ROW(t, zemsVADGetBufSize_Aurora_32f, {}, {Out(1)});
+    ROW(t, zemsVADInit_Aurora_16s, {}, {RecBuf(64)}, kBlankInit);
+    ROW(t, zemsVADInit_Aurora_32f, {}, {RecBuf(64)}, kBlankInit);
+    ROW(t, zemsVADDecision_Aurora_16s, {}, {In(25), In(64), Val(3), Out(1), Rec(kVad)});
+    ROW(t, zemsVADDecision_Aurora_32f, {}, {In(25), In(64), Val(3), Out(1), Rec(kVad)});
+    ROW(t, zemsVADFlush_Aurora_16s, {}, {Out(1), Rec(kVad)});
+    ROW(t, zemsVADFlush_Aurora_32f, {}, {Out(1), Rec(kVad)});
+
+    // MCRA: rates are values, fftLen a size of 8 or more; the gains take 1 .. 65535 elements
+    // and a negative Wiener source is refused with the other gains computed.
+    ROW(t, zemsGetSizeMCRA_32f, {}, {Size(kMcraFft, 8), Out(1)});
+    ROW(t, zemsGetSizeMCRA_32s, {}, {Size(kMcraFft, 8), Out(1)});
+    ROW(t, zemsInitMCRA_32f, {}, {Val(16000), Size(kMcraFft, 8), RecBuf(kMcraBytes)});
+    ROW(t, zemsInitMCRA_32s, {}, {Val(16000), Size(kMcraFft, 8), RecBuf(kMcraBytes)});
+    ROW(t, zemsAltInitMCRA_32f, {}, {Val(16000), Size(kMcraFft, 8), Val(100), RecBuf(kMcraBytes)});
+    ROW(t, zemsAltInitMCRA_32s, {}, {Val(16000), Size(kMcraFft, 8), Val(100), RecBuf(kMcraBytes)});
+    ROW(t, zemsUpdateNoisePSDMCRA_32f_I, {L(kMcraFft / 2 + 1)}, {In(L, 0, 100), Rec(kMcra32f), In(L, 0, 100)});
+    ROW(t, zemsUpdateNoisePSDMCRA_32s_I, {L(kMcraFft / 2 + 1)}, {In(L, 0, 1e6), Rec(kMcra32s), In(L, 0, 1e6)});
+    ROW(t, zemsFilterUpdateEMNS_32f, {L(19)}, {In(L, 0, 1), In(L, 0, 100), Out(L), Len(L)});
+    ROW(t, zemsFilterUpdateEMNS_32s, {L(19)}, {In(L, 0, 2147483647), In(L, 0, 3276800), Out(L), Len(L)});
+    ROW(t, zemsFilterUpdateWiener_32f, {L(19)}, {In(L, 0, 100), Out(L), Len(L)}, kPartialStores);
+    ROW(t, zemsFilterUpdateWiener_32s, {L(19)}, {In(L, 0, 1 << 26), Out(L), Len(L)}, kPartialStores);
 }
 
 }  // namespace sweep
