@@ -2,12 +2,15 @@
 # Makes the demo's utterances: short phrases from a speech synthesizer (Debian packages
 # espeak-ng and sox), 16 kHz mono 16-bit, with silence, and in some files noise, around
 # them.  Writes NAME.wav and a line "NAME.wav lead_ms speech_ms text" per file to
-# utterances.txt.  With "words" (or "all") it also makes the isolated words of the
+# utterances.txt.  With "noisy" (or "all") it makes the noise-robustness set: one clean
+# utterance with long silent padding (robust-clean.wav) and the same mixed with white noise
+# at 20 and 5 dB signal-to-noise ratio over the speech span (robust-snr20.wav,
+# robust-snr5.wav), listed as "file lead_ms speech_ms snr_db" in robust.txt.  With "words" (or "all") it also makes the isolated words of the
 # recognition example: zero .. nine, yes, no by three voices at two speeds, trimmed of
 # silence, into words/VOICE-SPEED-WORD.wav with a line "file voice speed word" per file in
 # words/words.txt.  The files are committed; rerun only to change them.
 #
-#     make-speech.sh [utterances|words|all]      (default: all)
+#     make-speech.sh [utterances|words|noisy|all]      (default: all)
 set -euo pipefail
 cd "$(dirname "$0")"
 what=${1:-all}
@@ -31,6 +34,30 @@ if [ "$what" = words ] || [ "$what" = all ]; then
     du -sh words
 fi
 [ "$what" = words ] && exit 0
+
+if [ "$what" = noisy ] || [ "$what" = all ]; then
+    lead=1.5 tail=2.0
+    espeak-ng -v en -s 150 -w "$tmp/raw.wav" "the weather is fine today"
+    sox "$tmp/raw.wav" -r 16000 -c 1 -b 16 "$tmp/speech.wav" silence 1 0.01 0.5% reverse silence 1 0.01 0.5% reverse
+    speech_ms=$(soxi -D "$tmp/speech.wav" | awk '{printf "%d", $1 * 1000}')
+    speech_rms=$(sox "$tmp/speech.wav" -n stats 2>&1 | awk '/^RMS lev dB/ { print $4 }')
+    sox "$tmp/speech.wav" robust-clean.wav pad "$lead" "$tail"
+    total=$(soxi -D robust-clean.wav)
+    lead_ms=$(awk -v l="$lead" 'BEGIN { printf "%d", l * 1000 }')
+    # Repeatable noise (-R), scaled so its RMS stands snr dB below the speech's.
+    sox -R -n -r 16000 -c 1 -b 32 -e floating-point "$tmp/noise.wav" synth "$total" whitenoise
+    noise_rms=$(sox "$tmp/noise.wav" -n stats 2>&1 | awk '/^RMS lev dB/ { print $4 }')
+    : > robust.txt
+    echo "robust-clean.wav $lead_ms $speech_ms clean" >> robust.txt
+    for snr in 20 5; do
+        gain=$(awk -v s="$speech_rms" -v n="$noise_rms" -v r="$snr" 'BEGIN { printf "%.3f", s - r - n }')
+        sox "$tmp/noise.wav" "$tmp/scaled.wav" gain "$gain"
+        sox -m -v 1 robust-clean.wav -v 1 "$tmp/scaled.wav" -b 16 "robust-snr$snr.wav"
+        echo "robust-snr$snr.wav $lead_ms $speech_ms $snr" >> robust.txt
+    done
+    cat robust.txt
+    [ "$what" = noisy ] && exit 0
+fi
 : > utterances.txt
 
 # name voice speed lead_s tail_s noise(none|white|brown) level text
