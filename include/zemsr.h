@@ -1144,9 +1144,94 @@ ZEMSR_API ZemStatus zemsGetCdbkSize_32f(const ZemsCdbkState_32f* cdbk, Zem32s* s
 ZEMSR_API ZemStatus zemsGetCodebook_16s(const ZemsCdbkState_16s* cdbk, Zem16s* dst, int dstStep);
 ZEMSR_API ZemStatus zemsGetCodebook_32f(const ZemsCdbkState_32f* cdbk, Zem32f* dst, int dstStep);
 
-/* ---- Codebook search: to come ---- */
+/* ---- Codebook search --------------------------------------------------------------- */
+/* index[v] = the codeword nearest to src[v] by sum_j w[j] (x[j] - c[j])^2: exhaustive or through
+ * the cell index for a list codebook, the tree's answer (descent, then neighbour walk) for a
+ * tree codebook; dist = sqrt of that distance.  Single-vector forms: the nearest num codewords
+ * in order (Sort), or all within relThreshold times the block search's distance (Thresh).
+ * Threads: zemsVQ_* and zemsVQDist_* only read the codebook, which any number of threads may
+ * share; the single-vector searches write the codebook's scratch, one call at a time per codebook.
+ * Determinism: the same bits for any alignment and thread count. */
+ZEMSR_API ZemStatus zemsVQ_16s(const Zem16s* src, Zem32s step, Zem32s* index, Zem32s height,
+                               const ZemsCdbkState_16s* cdbk);
+ZEMSR_API ZemStatus zemsVQ_32f(const Zem32f* src, Zem32s step, Zem32s* index, Zem32s height,
+                               const ZemsCdbkState_32f* cdbk);
+ZEMSR_API ZemStatus zemsVQDist_32f(const Zem32f* src, Zem32s step, Zem32s* index, Zem32f* dist, Zem32s height,
+                                   const ZemsCdbkState_32f* cdbk);
+ZEMSR_API ZemStatus zemsVQDist_16s32s_Sfs(const Zem16s* src, Zem32s step, Zem32s* index, Zem32s* dist,
+                                          Zem32s height, const ZemsCdbkState_16s* cdbk, Zem32s scaleFactor);
+ZEMSR_API ZemStatus zemsVQSingle_Sort_16s(const Zem16s* src, Zem32s* index, ZemsCdbkState_16s* cdbk, Zem32s num);
+ZEMSR_API ZemStatus zemsVQSingle_Sort_32f(const Zem32f* src, Zem32s* index, ZemsCdbkState_32f* cdbk, Zem32s num);
+ZEMSR_API ZemStatus zemsVQDistSingle_Sort_32f(const Zem32f* src, Zem32s* index, Zem32f* dist,
+                                              ZemsCdbkState_32f* cdbk, Zem32s num);
+ZEMSR_API ZemStatus zemsVQDistSingle_Sort_16s32s_Sfs(const Zem16s* src, Zem32s* index, Zem32s* dist,
+                                                     ZemsCdbkState_16s* cdbk, Zem32s num, Zem32s scaleFactor);
+ZEMSR_API ZemStatus zemsVQSingle_Thresh_16s(const Zem16s* src, Zem32s* index, ZemsCdbkState_16s* cdbk,
+                                            Zem32f relThreshold, Zem32s* count);
+ZEMSR_API ZemStatus zemsVQSingle_Thresh_32f(const Zem32f* src, Zem32s* index, ZemsCdbkState_32f* cdbk,
+                                            Zem32f relThreshold, Zem32s* count);
+ZEMSR_API ZemStatus zemsVQDistSingle_Thresh_32f(const Zem32f* src, Zem32s* index, Zem32f* dist,
+                                                ZemsCdbkState_32f* cdbk, Zem32f relThreshold, Zem32s* count);
+ZEMSR_API ZemStatus zemsVQDistSingle_Thresh_16s32s_Sfs(const Zem16s* src, Zem32s* index, Zem32s* dist,
+                                                       ZemsCdbkState_16s* cdbk, Zem32f relThreshold, Zem32s* count,
+                                                       Zem32s scaleFactor);
 
-/* ---- Split VQ and vector forming: to come ---- */
+/* ---- Split VQ and vector forming --------------------------------------------------- */
+/* Row r of numbers = (index of sub-vector 0 in cdbks[0], index of sub-vector 1 in cdbks[1], ...),
+ * sub-vectors consecutive in src; stored one per Zem16s or Zem8u, or as a bit field (row r at bit
+ * r * dstStepBits, indexBits of each codebook in turn, most significant bit first).  FormVector*
+ * are the inverses: each sub-vector is row number k of its codebook or table.
+ * Threads: the codebooks and tables are only read; any number of threads may share them.
+ * Determinism: the same bits for any alignment and thread count. */
+ZEMSR_API ZemStatus zemsSplitVQ_16s16s(const Zem16s* src, Zem32s srcStep, Zem16s* dst, Zem32s dstStep,
+                                       Zem32s height, ZemsCdbkState_16s* const* cdbks, Zem32s n);
+ZEMSR_API ZemStatus zemsSplitVQ_16s8u(const Zem16s* src, Zem32s srcStep, Zem8u* dst, Zem32s dstStep,
+                                      Zem32s height, ZemsCdbkState_16s* const* cdbks, Zem32s n);
+ZEMSR_API ZemStatus zemsSplitVQ_16s1u(const Zem16s* src, Zem32s srcStep, Zem8u* dst, Zem32s dstStepBits,
+                                      Zem32s height, ZemsCdbkState_16s* const* cdbks, Zem32s n);
+ZEMSR_API ZemStatus zemsSplitVQ_32f16s(const Zem32f* src, Zem32s srcStep, Zem16s* dst, Zem32s dstStep,
+                                       Zem32s height, ZemsCdbkState_32f* const* cdbks, Zem32s n);
+ZEMSR_API ZemStatus zemsSplitVQ_32f8u(const Zem32f* src, Zem32s srcStep, Zem8u* dst, Zem32s dstStep,
+                                      Zem32s height, ZemsCdbkState_32f* const* cdbks, Zem32s n);
+ZEMSR_API ZemStatus zemsSplitVQ_32f1u(const Zem32f* src, Zem32s srcStep, Zem8u* dst, Zem32s dstStepBits,
+                                      Zem32s height, ZemsCdbkState_32f* const* cdbks, Zem32s n);
+ZEMSR_API ZemStatus zemsFormVectorVQ_16s16s(const Zem16s* src, Zem32s srcStep, Zem16s* dst, Zem32s dstStep,
+                                            Zem32s height, ZemsCdbkState_16s* const* cdbks, Zem32s n);
+ZEMSR_API ZemStatus zemsFormVectorVQ_8u16s(const Zem8u* src, Zem32s srcStep, Zem16s* dst, Zem32s dstStep,
+                                           Zem32s height, ZemsCdbkState_16s* const* cdbks, Zem32s n);
+ZEMSR_API ZemStatus zemsFormVectorVQ_1u16s(const Zem8u* src, Zem32s srcStepBits, Zem16s* dst, Zem32s dstStep,
+                                           Zem32s height, ZemsCdbkState_16s* const* cdbks, Zem32s n);
+ZEMSR_API ZemStatus zemsFormVectorVQ_16s32f(const Zem16s* src, Zem32s srcStep, Zem32f* dst, Zem32s dstStep,
+                                            Zem32s height, ZemsCdbkState_32f* const* cdbks, Zem32s n);
+ZEMSR_API ZemStatus zemsFormVectorVQ_8u32f(const Zem8u* src, Zem32s srcStep, Zem32f* dst, Zem32s dstStep,
+                                           Zem32s height, ZemsCdbkState_32f* const* cdbks, Zem32s n);
+ZEMSR_API ZemStatus zemsFormVectorVQ_1u32f(const Zem8u* src, Zem32s srcStepBits, Zem32f* dst, Zem32s dstStep,
+                                           Zem32s height, ZemsCdbkState_32f* const* cdbks, Zem32s n);
+ZEMSR_API ZemStatus zemsFormVector_16s16s(const Zem16s* index, const Zem16s* const* tables, const Zem32s* sizes,
+                                          const Zem32s* lengths, const Zem32s* strides, Zem32s n, Zem16s* dst);
+ZEMSR_API ZemStatus zemsFormVector_16s32f(const Zem16s* index, const Zem32f* const* tables, const Zem32s* sizes,
+                                          const Zem32s* lengths, const Zem32s* strides, Zem32s n, Zem32f* dst);
+ZEMSR_API ZemStatus zemsFormVector_8u16s(const Zem8u* index, const Zem16s* const* tables, const Zem32s* sizes,
+                                         const Zem32s* lengths, const Zem32s* strides, Zem32s n, Zem16s* dst);
+ZEMSR_API ZemStatus zemsFormVector_8u32f(const Zem8u* index, const Zem32f* const* tables, const Zem32s* sizes,
+                                         const Zem32s* lengths, const Zem32s* strides, Zem32s n, Zem32f* dst);
+/* Sub-vectors of exactly 2 or 4 elements, len / 2 or len / 4 of them, from packed tables. */
+ZEMSR_API ZemStatus zemsFormVector_2i_16s16s(const Zem16s* index, const Zem16s* const* tables, const Zem32s* sizes,
+                                             Zem16s* dst, Zem32s len);
+ZEMSR_API ZemStatus zemsFormVector_2i_16s32f(const Zem16s* index, const Zem32f* const* tables, const Zem32s* sizes,
+                                             Zem32f* dst, Zem32s len);
+ZEMSR_API ZemStatus zemsFormVector_2i_8u16s(const Zem8u* index, const Zem16s* const* tables, const Zem32s* sizes,
+                                            Zem16s* dst, Zem32s len);
+ZEMSR_API ZemStatus zemsFormVector_2i_8u32f(const Zem8u* index, const Zem32f* const* tables, const Zem32s* sizes,
+                                            Zem32f* dst, Zem32s len);
+ZEMSR_API ZemStatus zemsFormVector_4i_16s16s(const Zem16s* index, const Zem16s* const* tables, const Zem32s* sizes,
+                                             Zem16s* dst, Zem32s len);
+ZEMSR_API ZemStatus zemsFormVector_4i_16s32f(const Zem16s* index, const Zem32f* const* tables, const Zem32s* sizes,
+                                             Zem32f* dst, Zem32s len);
+ZEMSR_API ZemStatus zemsFormVector_4i_8u16s(const Zem8u* index, const Zem16s* const* tables, const Zem32s* sizes,
+                                            Zem16s* dst, Zem32s len);
+ZEMSR_API ZemStatus zemsFormVector_4i_8u32f(const Zem8u* index, const Zem32f* const* tables, const Zem32s* sizes,
+                                            Zem32f* dst, Zem32s len);
 
 /* ---- Column and row statistics ----------------------------------------------
  * Over a table whose rows are feature vectors: column sums s[j] = sum_i x[i][j], means

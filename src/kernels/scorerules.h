@@ -46,6 +46,16 @@ inline Zem32s maxTruncated(Zem32s dst, float r) {
     return truncated(r > d ? r : d);
 }
 
+// The rounded integer end: halve, scale by a power of two built from the low 6 bits of
+// |sf|, subtract from val, clamp to [-2^31, 2^31] and round; 2^31 converts to -2^31.
+inline Zem32s halvedShiftedRounded(float s, Zem32s val, int sf) {
+    s = s * 0.5f;
+    const uint32_t magnitude = sf < 0 ? 0u - static_cast<uint32_t>(sf) : static_cast<uint32_t>(sf);
+    const float p = shiftedOne(magnitude & 63u);
+    s = sf >= 0 ? s / p : s * p;
+    return roundScoreToInt32(static_cast<float>(val) - s);
+}
+
 // Weighted 16-bit forms below scale factor 0 (and the single-frame Low forms there): the
 // float sum of groups of 8, held negative, scaled by 2^-(sf + 1) onto val.
 inline float lowBelowZero(const Zem16s* x, const Zem16s* m, const Zem16s* w, int width, float val, int sf) {

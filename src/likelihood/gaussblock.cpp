@@ -10,6 +10,7 @@
 
 #include "frame/check.h"
 #include "kernels/distkernel.h"
+#include "kernels/gaussblockscores.h"
 #include "kernels/scorerules.h"
 #include "scorerows.h"
 
@@ -21,45 +22,16 @@ namespace {
 constexpr int kBlock = 128;
 
 
-// Float and double scores of frames [f0, f0 + n): the weighted sums of the distance
-// kernel, then ((-sum) + (val + val)) * 0.5 in Zem32f, val - 0.5 * sum in Zem64f.  Below
-// a width of 4 the Zem32f forms run a plain loop from acc = 2 val.
-template <class T, bool kIdentity, class Frames>
-void floatScores(const Frames& frames, const T* mean, const T* var, int width, T val, int f0, int n, T* out) {
-    constexpr bool kFloat = std::is_same_v<T, float>;
-    if constexpr (kFloat) {
-        if (width < 4) {
-            for (int k = 0; k < n; ++k) {
-                const T* x = frames(f0 + k);
-                float acc = val + val;
-                for (int i = 0; i < width; ++i) {
-                    const float t = x[i] - mean[i];
-                    acc -= kIdentity ? t * t : t * t * var[i];
-                }
-                out[k] = acc * 0.5f;
-            }
-            return;
-        }
-    }
-    const T twice = val + val;
-    zem::distance::block<T, true, kIdentity>(
-        mean, var, width, out, n, [&](int k) { return std::pair<const T*, const T*>{frames(f0 + k), nullptr}; },
-        [twice, val](T sum) {
-            if constexpr (kFloat) return ((-sum) + twice) * 0.5f;
-            else return val - 0.5 * sum;
-        });
-}
-
 template <Sink S, bool kIdentity, class T, class Frames>
 void floatRows(const Frames& frames, const T* mean, const T* var, int width, T* dst, int height, T val) {
     if constexpr (S == Sink::Store) {
-        floatScores<T, kIdentity>(frames, mean, var, width, val, 0, height, dst);
+        zem::gaussfloat::blockScores<T, kIdentity>(frames, mean, var, width, val, 0, height, dst);
         return;
     }
     alignas(32) T scores[kBlock];
     for (int f0 = 0; f0 < height; f0 += kBlock) {
         const int n = height - f0 < kBlock ? height - f0 : kBlock;
-        floatScores<T, kIdentity>(frames, mean, var, width, val, f0, n, scores);
+        zem::gaussfloat::blockScores<T, kIdentity>(frames, mean, var, width, val, f0, n, scores);
         joinScores<S>(scores, dst + f0, n, std::is_same_v<T, float> && width < 4);
     }
 }

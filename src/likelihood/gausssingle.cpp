@@ -21,16 +21,6 @@ namespace rules = zem::scorerules;
 
 namespace {
 
-// The rounded integer end: halve, scale by a power of two built from the low 6 bits of
-// |sf|, subtract from val, clamp to [-2^31, 2^31] and round; 2^31 converts to -2^31.
-Zem32s halvedShiftedRounded(float s, Zem32s val, int sf) {
-    s = s * 0.5f;
-    const uint32_t magnitude = sf < 0 ? 0u - static_cast<uint32_t>(sf) : static_cast<uint32_t>(sf);
-    const float p = rules::shiftedOne(magnitude & 63u);
-    s = sf >= 0 ? s / p : s * p;
-    return zem::roundScoreToInt32(static_cast<float>(val) - s);
-}
-
 // The identity Low sum: the Low lanes with var = 1 in three regimes of sf.  A last single element
 // (odd len) stands apart: for sf < 0 the unsaturated square in 64 bits, its low 32 bits
 // halved and shifted left as one term; otherwise the hi/lo split of a difference that
@@ -215,7 +205,7 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_16s32s_Sfs(const Zem16s* src, const Zem16
     if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, var, pResult),
                                               zem::atLeastOne(len)))
         return s;
-    *pResult = halvedShiftedRounded(g16::sumGroupsOf8(src, mean, var, len), val, scaleFactor);
+    *pResult = rules::halvedShiftedRounded(g16::sumGroupsOf8(src, mean, var, len), val, scaleFactor);
     return zemStatusOk;
 }
 
@@ -224,7 +214,7 @@ ZEMSR_API ZemStatus zemsLogGaussSingle_IdVar_16s32s_Sfs(const Zem16s* src, const
     if (const ZemStatus s = zem::firstFailure(zem::nonNull(src, mean, pResult),
                                               zem::atLeastOne(len)))
         return s;
-    *pResult = halvedShiftedRounded(g16::sumGroupsOf8(src, mean, nullptr, len), val, scaleFactor);
+    *pResult = rules::halvedShiftedRounded(g16::sumGroupsOf8(src, mean, nullptr, len), val, scaleFactor);
     return zemStatusOk;
 }
 
