@@ -249,6 +249,32 @@ const std::vector<const char*>& pendingRows() {
         "zemsSVDSort_64f_D2L",
         "zemsSVDSort_64f_D2L_I",
         "zemsQRTransColumn_64f_D2L",
+        // Codebook search: rows wait on the codebook record kinds of the codebook family.
+        "zemsVQ_16s",
+        "zemsVQ_32f",
+        "zemsVQDist_32f",
+        "zemsVQDist_16s32s_Sfs",
+        "zemsVQSingle_Sort_16s",
+        "zemsVQSingle_Sort_32f",
+        "zemsVQDistSingle_Sort_32f",
+        "zemsVQDistSingle_Sort_16s32s_Sfs",
+        "zemsVQSingle_Thresh_16s",
+        "zemsVQSingle_Thresh_32f",
+        "zemsVQDistSingle_Thresh_32f",
+        "zemsVQDistSingle_Thresh_16s32s_Sfs",
+        // Split VQ and forming from codebooks: rows wait on a role for an array of records.
+        "zemsSplitVQ_16s16s",
+        "zemsSplitVQ_16s8u",
+        "zemsSplitVQ_16s1u",
+        "zemsSplitVQ_32f16s",
+        "zemsSplitVQ_32f8u",
+        "zemsSplitVQ_32f1u",
+        "zemsFormVectorVQ_16s16s",
+        "zemsFormVectorVQ_8u16s",
+        "zemsFormVectorVQ_1u16s",
+        "zemsFormVectorVQ_16s32f",
+        "zemsFormVectorVQ_8u32f",
+        "zemsFormVectorVQ_1u32f",
     };
     return pending;
 }

@@ -353,6 +353,7 @@ void addLpRows(Table& t);
 void addRobustRows(Table& t);
 void addDtwRows(Table& t);
 void addCodebookRows(Table& t);
+void addVqSearchRows(Table& t);
 
 // A finding that the sweep knows about and that is being fixed elsewhere.
 struct KnownFinding {

@@ -632,6 +632,7 @@ struct Registry {
         addDtwRows(table);
         addRobustRows(table);
         addCodebookRows(table);
+        addVqSearchRows(table);
         for (const Row& r : table.rows) byName.emplace(r.name, &r);
     }
 };
