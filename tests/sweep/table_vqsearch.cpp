@@ -1,12 +1,56 @@
-// The sweep's rows for vector forming from tables (see table_likelihood.cpp for the roles).
+// The sweep's rows for codebook search and vector forming (see table_likelihood.cpp for the
+// roles).  The searches run on 4-dimensional codebooks: a list of 24 rows and a weighted tree
+// of 8 leaves trained on 24 rows, so that both the plain and the scored descents run.
 // Three sub-vectors of four elements from tables of five rows; the grouped forms take 9
 // groups of 2 and 5 groups of 4, so that both reach their block and tail paths.  The tables
 // hold one row more than their sizes say: the 2i float form may read it.  A grouped tail
 // group of number 0 fails after the groups before it are written: a documented partial result.
+#include <vector>
+
 #include "sweep.h"
 
 namespace sweep {
 namespace {
+
+constexpr int kWidth = 4, kStep = 6, kRows = 24, kLeaves = 8;
+
+template <class T>
+const T* trainingRows() {
+    static const std::vector<T> rows = [] {
+        std::vector<T> v(kRows * kStep);
+        for (size_t i = 0; i < v.size(); ++i) v[i] = static_cast<T>((i * 37 + 11) % 53) - T(26);
+        return v;
+    }();
+    return rows.data();
+}
+
+template <class T>
+const T* treeWeights() {
+    static const T w[kWidth] = {T(1), T(2), T(1), T(3)};
+    return w;
+}
+
+template <class T, class St, class Alloc, class Free>
+RecordKind listKind(const char* name, Alloc alloc, Free release) {
+    return {name, {}, {},
+            [=](void** out) { return alloc(reinterpret_cast<St**>(out), trainingRows<T>(), kWidth, kStep, kRows, kRows, ZEM_CDBK_LIST); },
+            [=](void* rec) { return release(static_cast<St*>(rec)); }};
+}
+
+template <class T, class St, class Alloc, class Free>
+RecordKind treeKind(const char* name, Alloc alloc, Free release) {
+    return {name, {}, {},
+            [=](void** out) {
+                return alloc(reinterpret_cast<St**>(out), trainingRows<T>(), treeWeights<T>(), kWidth, kStep, kRows, kLeaves,
+                             ZEM_CDBK_SPLIT_WIDEST);
+            },
+            [=](void* rec) { return release(static_cast<St*>(rec)); }};
+}
+
+const RecordKind kList32f = listKind<Zem32f, ZemsCdbkState_32f>("list codebook 32f", zemsCdbkInitAlloc_L2_32f, zemsCdbkFree_32f);
+const RecordKind kList16s = listKind<Zem16s, ZemsCdbkState_16s>("list codebook 16s", zemsCdbkInitAlloc_L2_16s, zemsCdbkFree_16s);
+const RecordKind kTree32f = treeKind<Zem32f, ZemsCdbkState_32f>("weighted tree 32f", zemsCdbkInitAlloc_WgtL2_32f, zemsCdbkFree_32f);
+const RecordKind kTree16s = treeKind<Zem16s, ZemsCdbkState_16s>("weighted tree 16s", zemsCdbkInitAlloc_WgtL2_16s, zemsCdbkFree_16s);
 
 constexpr int kTableRows = 5;
 
@@ -22,6 +66,22 @@ Fill constant(double v) {
 
 void addVqSearchRows(Table& t) {
     t.family = "vqsearch";
+    // Block searches: height vectors of the codebook's width, a step below it fails.
+    ROW(t, zemsVQ_32f, {W(kWidth), S(kStep), H(7)}, {In(D2(H, S, W)), Step(S, W), Out(H), Len(H), Rec(kTree32f)});
+    ROW(t, zemsVQ_16s, {W(kWidth), S(kStep), H(7)}, {In(D2(H, S, W)), Step(S, W), Out(H), Len(H), Rec(kList16s)});
+    ROW(t, zemsVQDist_32f, {W(kWidth), S(kStep), H(7)}, {In(D2(H, S, W)), Step(S, W), Out(H), Out(H), Len(H), Rec(kList32f)});
+    ROW(t, zemsVQDist_16s32s_Sfs, {W(kWidth), S(kStep), H(7)},
+        {In(D2(H, S, W)), Step(S, W), Out(H), Out(H), Len(H), Rec(kTree16s), Sf()});
+    // Single vector: num rows at most the codebook's count; Thresh writes up to all of them.
+    ROW(t, zemsVQSingle_Sort_32f, {W(kWidth), N(5)}, {In(W), Out(N), Rec(kTree32f), Len(N)});
+    ROW(t, zemsVQSingle_Sort_16s, {W(kWidth), N(5)}, {In(W), Out(N), Rec(kList16s), Len(N)});
+    ROW(t, zemsVQDistSingle_Sort_32f, {W(kWidth), N(5)}, {In(W), Out(N), Out(N), Rec(kList32f), Len(N)});
+    ROW(t, zemsVQDistSingle_Sort_16s32s_Sfs, {W(kWidth), N(5)}, {In(W), Out(N), Out(N), Rec(kTree16s), Len(N), Sf()});
+    ROW(t, zemsVQSingle_Thresh_32f, {W(kWidth), K(kRows)}, {In(W), Out(K), Rec(kList32f), Val(1.5), Out(1)});
+    ROW(t, zemsVQSingle_Thresh_16s, {W(kWidth), K(kLeaves)}, {In(W), Out(K), Rec(kTree16s), Val(1.5), Out(1)});
+    ROW(t, zemsVQDistSingle_Thresh_32f, {W(kWidth), K(kLeaves)}, {In(W), Out(K), Out(K), Rec(kTree32f), Val(1.5), Out(1)});
+    ROW(t, zemsVQDistSingle_Thresh_16s32s_Sfs, {W(kWidth), K(kRows)},
+        {In(W), Out(K), Out(K), Rec(kList16s), Val(1.5), Out(1), Sf()});
     const Ex rows = Ex(kTableRows + 1);
 #define FORM(name) \
     ROW(t, name, {N(3), W(4)}, {In(N, numbers()), Rows(N, rows * W), noExtremes(In(N, constant(kTableRows))), \
