@@ -143,7 +143,9 @@ ZEMSR_API ZemStatus zemsLogSum_32s_Sfs(const Zem32s* src, Zem32s* dst, int len, 
  * evaluate time frames through the transform.  Init forms build the bank inside the caller's
  * buffer of the reported size (not to be freed); InitAlloc forms end with zemsFBankFree_*.
  * Centre lists (zemsFBankSetCenters_*, zemsFBankGetCenters_*) must also hold c[nFilter] within
- * 0 .. N/2, a check of this library's own that keeps every slope inside the bank's rows. */
+ * 0 .. N/2, a check of this library's own that keeps every slope inside the bank's rows.
+ * zemsMelLinFBankInitAlloc_* and zemsEmptyFBankInitAlloc_* test state and fftOrder for null
+ * (zemStatusNullPointer, nothing written) after all their other checks: also this library's own. */
 /* Threads: a bank is read-only during evaluation and may be shared between threads, except a bank
  * built with zemFBankFftMagnitude (4), which holds a transform work area: one thread at a time per
  * such bank. Set/Get of centres and coefficients write the bank.

@@ -415,7 +415,8 @@ ZEMSR_API ZemStatus zemsMelFBankInit_16s(ZemsFBankState_16s* state, Zem32s* fftO
                                         melRequest(frameLen, sampFreq, lowFreq, highFreq, nFilter, melMul, melDiv, mode));
 }
 
-// The mixed and the empty bank test neither state nor fftOrder for null.
+// The mixed and the empty bank test state and fftOrder for null last, after every other
+// check: the library's own test, so that every other break keeps its status.
 ZEMSR_API ZemStatus zemsMelLinFBankInitAlloc_32f(ZemsFBankState_32f** state, Zem32s* fftOrder, int frameLen,
                                                  Zem32f sampFreq, Zem32f lowFreq, Zem32f highFreq, int nFilter,
                                                  Zem32f linFreq, int nLinear, Zem32f melMul, Zem32f melDiv, int mode) {
@@ -424,7 +425,8 @@ ZEMSR_API ZemStatus zemsMelLinFBankInitAlloc_32f(ZemsFBankState_32f** state, Zem
                                               zem::within(nLinear, 1, nFilter, zemStatusBadSize),
                                               zem::ensure(!(lowFreq > linFreq || linFreq > highFreq), zemStatusBadFreqRange),
                                               zem::ensure(!(highFreq > sampFreq * 0.5f), zemStatusBadFreqRange),
-                                              zem::ensure(modeAllowed(mode), zemStatusBadMelFlag)))
+                                              zem::ensure(modeAllowed(mode), zemStatusBadMelFlag),
+                                              zem::nonNull(state, fftOrder)))
         return s;
     return makeBank<ZemsFBankState_32f>(nullptr, state, fftOrder,
                                         mixedRequest(frameLen, sampFreq, lowFreq, highFreq, nFilter, linFreq, nLinear,
@@ -439,7 +441,8 @@ ZEMSR_API ZemStatus zemsMelLinFBankInitAlloc_16s(ZemsFBankState_16s** state, Zem
                                               zem::within(nLinear, 1, nFilter, zemStatusBadSize),
                                               zem::ensure(!(lowFreq > linFreq || linFreq > highFreq), zemStatusBadFreqRange),
                                               zem::ensure(!(highFreq > sampFreq * 0.5f), zemStatusBadFreqRange),
-                                              zem::ensure(modeAllowed(mode), zemStatusBadMelFlag)))
+                                              zem::ensure(modeAllowed(mode), zemStatusBadMelFlag),
+                                              zem::nonNull(state, fftOrder)))
         return s;
     return makeBank<ZemsFBankState_16s>(nullptr, state, fftOrder,
                                         mixedRequest(frameLen, sampFreq, lowFreq, highFreq, nFilter, linFreq, nLinear,
@@ -448,13 +451,13 @@ ZEMSR_API ZemStatus zemsMelLinFBankInitAlloc_16s(ZemsFBankState_16s** state, Zem
 
 ZEMSR_API ZemStatus zemsEmptyFBankInitAlloc_32f(ZemsFBankState_32f** state, Zem32s* fftOrder, int frameLen,
                                                 int nFilter, int mode) {
-    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(frameLen, nFilter))) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(frameLen, nFilter), zem::nonNull(state, fftOrder))) return s;
     return makeBank<ZemsFBankState_32f>(nullptr, state, fftOrder, emptyRequest(frameLen, nFilter, mode));
 }
 
 ZEMSR_API ZemStatus zemsEmptyFBankInitAlloc_16s(ZemsFBankState_16s** state, Zem32s* fftOrder, int frameLen,
                                                 int nFilter, int mode) {
-    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(frameLen, nFilter))) return s;
+    if (const ZemStatus s = zem::firstFailure(zem::atLeastOne(frameLen, nFilter), zem::nonNull(state, fftOrder))) return s;
     return makeBank<ZemsFBankState_16s>(nullptr, state, fftOrder, emptyRequest(frameLen, nFilter, mode));
 }
 

@@ -427,15 +427,15 @@ TEST(FilterBank, CreationChecksInOrder) {
     const std::vector<B> mel{stateNull, orderNull, frameLen, nFilter, sampFreq, lowFreq,
                              {"lowFreq above highFreq", [](BankArgs& a) { a.highFreq = a.lowFreq * 0.5f; }, zemStatusBadFreqRange},
                              aboveHalf, mode};
-    // The mixed bank tests no pointer; nLinear and linFreq join the list.  The empty bank
-    // checks its sizes only.
+    // The mixed bank tests its pointers last; nLinear and linFreq join the list.  The empty
+    // bank checks its sizes, then its pointers.
     const std::vector<B> mixed{frameLen, nFilter, sampFreq, lowFreq,
                                {"nLinear", [](BankArgs& a) { a.nLinear = 0; }, zemStatusBadSize},
                                {"nLinear above nFilter", [](BankArgs& a) { a.nLinear = a.nFilter + 1; }, zemStatusBadSize},
                                {"lowFreq above linFreq", [](BankArgs& a) { a.linFreq = a.lowFreq * 0.5f; }, zemStatusBadFreqRange},
                                {"linFreq above highFreq", [](BankArgs& a) { a.highFreq = a.linFreq * 0.5f; }, zemStatusBadFreqRange},
-                               aboveHalf, mode},
-                         empty{frameLen, nFilter},
+                               aboveHalf, mode, stateNull, orderNull},
+                         empty{frameLen, nFilter, stateNull, orderNull},
                          sizes{{"size", [](BankArgs& a) { a.size = nullptr; }, zemStatusNullPointer}, frameLen, nFilter, mode};
     const BankArgs inBuffer{buffer, &order, 256, 8000.0f, 100.0f, 4000.0f, 1000.0f, 10, 4, 1, &size};
     BankArgs allocated = inBuffer;
