@@ -220,7 +220,7 @@ inline Arg noExtremes(Arg a) {
 }
 
 // ---- Parameter types, read from the export's signature --------------------------------
-enum class Elem { None, U8, S8, S16, S32, S64, F32, F64, Ptr, Opaque };
+enum class Elem { None, U8, S8, S16, U16, S32, S64, F32, F64, Ptr, Opaque };
 
 struct Param {
     bool pointer = false;
@@ -247,6 +247,7 @@ constexpr Elem elemOf() {
     else if constexpr (std::is_same_v<U, uint8_t>) return Elem::U8;
     else if constexpr (std::is_same_v<U, int8_t>) return Elem::S8;
     else if constexpr (std::is_same_v<U, int16_t>) return Elem::S16;
+    else if constexpr (std::is_same_v<U, uint16_t>) return Elem::U16;
     else if constexpr (std::is_same_v<U, int64_t>) return Elem::S64;
     else return Elem::S32;
 }
@@ -354,6 +355,10 @@ void addRobustRows(Table& t);
 void addDtwRows(Table& t);
 void addCodebookRows(Table& t);
 void addVqSearchRows(Table& t);
+void addLinalgRows(Table& t);
+
+// Exports without a row yet, skipped with a message (findings.cpp).
+const std::vector<const char*>& pendingRows();
 
 // A finding that the sweep knows about and that is being fixed elsewhere.
 struct KnownFinding {
@@ -362,8 +367,5 @@ struct KnownFinding {
     const char* what;
 };
 const std::vector<KnownFinding>& knownFindings();
-// Exports of families that landed after their rows could be written: skipped, with the
-// line to add, until their rows exist.  Nothing new may join this list.
-const std::vector<const char*>& pendingRows();
 
 }  // namespace sweep

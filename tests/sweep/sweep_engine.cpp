@@ -24,6 +24,16 @@ extern "C" const char* __asan_default_options() { return "allocator_may_return_n
 namespace sweep {
 namespace {
 
+// What a sweep did: the calls made, and the allocation points at which a walk failed an
+// allocation.  Counted in the child that runs the cases and reported to the parent.
+struct Tally {
+    int64_t calls = 0;
+    int64_t allocationPoints = 0;
+    int64_t cases = 0;
+    int64_t exports = 0;
+};
+Tally childTally, totalTally;
+
 bool fullMode() {
     const char* e = std::getenv("ZEMSR_SWEEP_FULL");
     return e && *e && *e != '0';
@@ -70,6 +80,7 @@ double limitOf(Elem e, bool upper) {
         case Elem::U8: return upper ? 255 : 0;
         case Elem::S8: return upper ? 127 : -128;
         case Elem::S16: return upper ? 32767 : -32768;
+        case Elem::U16: return upper ? 65535 : 0;
         case Elem::S32: return upper ? 2147483647.0 : -2147483648.0;
         case Elem::S64: return upper ? 9.2e18 : -9.2e18;
         case Elem::F32: return upper ? std::numeric_limits<float>::max() : -std::numeric_limits<float>::max();
@@ -85,6 +96,7 @@ void store(Elem e, void* p, int64_t i, double v) {
         case Elem::U8: static_cast<uint8_t*>(p)[i] = static_cast<uint8_t>(v); break;
         case Elem::S8: static_cast<int8_t*>(p)[i] = static_cast<int8_t>(v); break;
         case Elem::S16: static_cast<int16_t*>(p)[i] = static_cast<int16_t>(v); break;
+        case Elem::U16: static_cast<uint16_t*>(p)[i] = static_cast<uint16_t>(v); break;
         case Elem::S32: static_cast<int32_t*>(p)[i] = static_cast<int32_t>(v); break;
         case Elem::S64: static_cast<int64_t*>(p)[i] = static_cast<int64_t>(v); break;
         case Elem::F32: static_cast<float*>(p)[i] = static_cast<float>(v); break;
@@ -100,6 +112,7 @@ void fillData(Elem e, void* p, int64_t n, const Arg& a, std::mt19937& rng) {
             case Elem::U8: lo = 0, hi = 255; break;
             case Elem::S8: lo = -100, hi = 100; break;
             case Elem::S16: lo = -100, hi = 100; break;
+            case Elem::U16: lo = 0, hi = 200; break;
             case Elem::S32: lo = -1000, hi = 1000; break;
             default: lo = -1, hi = 1; break;
         }
@@ -429,6 +442,7 @@ Outcome callAndCheck(Setup& s, Expect expect, int64_t failAt) {
     const int64_t live0 = zemcoreTestLiveAllocations();
     if (failAt > 0) zemcoreTestFailAllocation(failAt);
     o.status = r.call(s.slots);
+    ++childTally.calls;
     zemcoreTestFailAllocation(0);
     std::ostringstream f;
     if (expect == Expect::Fail && o.status >= 0) f << "accepted with status " << o.status << "; ";
@@ -490,6 +504,7 @@ std::string runCase(const Row& r, const Case& c, uint32_t seed) {
             const int64_t a0 = zemcoreTestAllocationCount();
             Outcome o = callAndCheck(s, (r.flags & kAllocFailureIgnored) ? Expect::Pass : Expect::Fail, k);
             if (zemcoreTestAllocationCount() - a0 < k) continue;  // the call stopped asking before k
+            ++childTally.allocationPoints;
             if (!o.failure.empty()) return "walk " + std::to_string(k) + "/" + std::to_string(attempts) + ": " + o.failure;
         }
         return "";
@@ -578,6 +593,9 @@ std::vector<Finding> sweepRow(const Row& r, int& casesRun, int& skipped) {
                 for (char& ch : msg)
                     if (ch == '\n') ch = ' ';
                 if (!msg.empty()) std::fprintf(out, "F %zu %s\n", i, msg.c_str());
+                std::fprintf(out, "C %lld %lld\n", static_cast<long long>(childTally.calls),
+                             static_cast<long long>(childTally.allocationPoints));
+                childTally = {};
                 std::fflush(out);
             }
             std::fprintf(out, "E\n");
@@ -592,6 +610,11 @@ std::vector<Finding> sweepRow(const Row& r, int& casesRun, int& skipped) {
         while (std::fgets(line, sizeof line, in)) {
             if (line[0] == 'S') started = std::strtoull(line + 2, nullptr, 10), ++casesRun;
             else if (line[0] == 'E') ended = true;
+            else if (line[0] == 'C') {
+                char* rest;
+                totalTally.calls += std::strtoll(line + 2, &rest, 10);
+                totalTally.allocationPoints += std::strtoll(rest, nullptr, 10);
+            }
             else if (line[0] == 'F') {
                 char* rest;
                 const size_t i = std::strtoull(line + 2, &rest, 10);
@@ -630,6 +653,7 @@ struct Registry {
         addSequenceRows(table);
         addLpRows(table);
         addDtwRows(table);
+        addLinalgRows(table);
         addRobustRows(table);
         addCodebookRows(table);
         addVqSearchRows(table);
@@ -649,9 +673,8 @@ TEST_P(Export, SurvivesHostileCalls) {
     if (it == registry().byName.end()) {
         for (const char* p : pendingRows())
             if (name == p)
-                GTEST_SKIP() << name << " has no row yet (its family is on the pending list in "
-                             << "tests/sweep/findings.cpp): add one to tests/sweep/table_<subsystem>.cpp and "
-                             << "remove it from the list.";
+                GTEST_SKIP() << name << " has no row yet (on the pending list in tests/sweep/findings.cpp): "
+                             << "add one to tests/sweep/table_<subsystem>.cpp and remove it from the list.";
         FAIL() << name << " is declared in include/zemsr.h but the sweep has no row for it.\n"
                << "Add one to the table file of its family under tests/sweep/ (table_<subsystem>.cpp), e.g.\n"
                << "    ROW(t, " << name << ", {L(17)}, {In(L), Out(L), Len(L)});\n"
@@ -660,6 +683,7 @@ TEST_P(Export, SurvivesHostileCalls) {
                << "top of tests/sweep/table_likelihood.cpp explains each role.";
     }
     int casesRun = 0;
+    const Tally before = totalTally;
     std::vector<Finding> found;
     int variant = 0, skipped = 0;
     const auto range = registry().byName.equal_range(name);
@@ -695,9 +719,26 @@ TEST_P(Export, SurvivesHostileCalls) {
                             k.exportName, k.casePrefix);
         }
     RecordProperty("cases", casesRun);
-    std::printf("%s: %d cases, %zu findings (%d known), %d known cases skipped\n", name.c_str(), casesRun,
-                found.size(), expected, skipped);
+    ++totalTally.exports;
+    totalTally.cases += casesRun;
+    std::printf("%s: %d cases, %lld calls, %lld allocation points walked, %zu findings (%d known), %d known "
+                "cases skipped\n",
+                name.c_str(), casesRun, static_cast<long long>(totalTally.calls - before.calls),
+                static_cast<long long>(totalTally.allocationPoints - before.allocationPoints), found.size(),
+                expected, skipped);
 }
+
+// The totals of the run, for the record of a full sweep.
+class Totals : public ::testing::Environment {
+  public:
+    void TearDown() override {
+        std::printf("sweep (%s mode): %lld exports, %lld cases, %lld calls, %lld allocation points walked\n",
+                    fullMode() ? "full" : "quick", static_cast<long long>(totalTally.exports),
+                    static_cast<long long>(totalTally.cases), static_cast<long long>(totalTally.calls),
+                    static_cast<long long>(totalTally.allocationPoints));
+    }
+};
+[[maybe_unused]] ::testing::Environment* const kTotals = ::testing::AddGlobalTestEnvironment(new Totals);
 
 std::string nameOf(const ::testing::TestParamInfo<const char*>& info) { return info.param; }
 

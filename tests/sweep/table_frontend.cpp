@@ -165,9 +165,66 @@ Ex lifterSize(ZemStatus (*getSize)(int, int, Zem32s*)) {
     });
 }
 
+// Frame conditioning: the DC notch carries x[-1] in srcPrev; energies stand step apart; the
+// 16-bit energy takes its integer path (height of at least 11, scale below 1.001) with the
+// allocator's scratch above 1024 frames.
+void addConditioningRows(Table& t) {
+    ROW(t, zemsZeroMean_16s, {L(70)}, {In(L), Len(L)});
+    ROW(t, zemsCompensateOffset_32f, {L(19)}, {In(L), Out(L), Len(L), In(1), Val(0.25), Val(0.97)});
+    ROW(t, zemsCompensateOffset_32f_I, {L(19)}, {In(L), Len(L), In(1), Val(0.25), Val(0.97)});
+    ROW(t, zemsCompensateOffset_16s, {L(19)}, {In(L), Out(L), Len(L), In(1), Val(7), Val(0.97)});
+    ROW(t, zemsCompensateOffset_16s_I, {L(19)}, {In(L), Len(L), In(1), Val(7), Val(0.97)});
+    ROW(t, zemsCompensateOffsetQ15_16s, {L(19)}, {In(L), Out(L), Len(L), In(1), Val(7), Val(31785)});
+    ROW(t, zemsCompensateOffsetQ15_16s_I, {L(19)}, {In(L), Len(L), In(1), Val(7), Val(31785)});
+    ROW(t, zemsNormEnergy_32f, {H(13), S(3)}, {In(D2(H, S, 1)), Step(S, 1), Len(H), Val(50), Val(0.1)});
+    ROW(t, zemsNormEnergy_16s, {H(1100), S(2)}, {In(D2(H, S, 1)), Step(S, 1), Len(H), Val(50), Val(1000), Val(0.5)});
+    ROW(t, zemsNormEnergy_RT_32f, {H(13), S(3)}, {In(D2(H, S, 1)), Step(S, 1), Len(H), Val(50), Val(0.5), Val(0.1)});
+    ROW(t, zemsNormEnergy_RT_16s, {H(1100), S(2)},
+        {In(D2(H, S, 1)), Step(S, 1), Len(H), Val(50), Val(90), Val(1000), Val(0.5)});
+    ROW(t, zemsSignChangeRate_32f, {L(19)}, {In(L), Len(L), Out(1)});
+    ROW(t, zemsSignChangeRate_16s, {L(19)}, {In(L), Len(L), Out(1)});
+    ROW(t, zemsSignChangeRate_Count0_32f, {L(19)}, {In(L), Len(L), Out(1)});
+    ROW(t, zemsSignChangeRate_Count0_16s, {L(19)}, {In(L), Len(L), Out(1)});
+    ROW(t, zemsSignChangeRateXor_32f, {L(19)}, {In(L), Len(L), Out(1)});
+    ROW(t, zemsEntropy_32f, {L(19)}, {In(L, 0, 1), Len(L), Out(1)});
+    ROW(t, zemsEntropy_16s32s_Sfs, {L(19)}, {In(L, 0, 100), Sf(4), Len(L), Out(1), Sf()});
+    ROW(t, zemsCopyWithPadding_32f, {L(13), K(19)}, {In(L), Size(L), Out(K), Len(K, L)});
+    ROW(t, zemsCopyWithPadding_16s, {L(13), K(19)}, {In(L), Size(L), Out(K), Len(K, L)});
+    ROW(t, zemsNormalizeInRange_32f, {L(19)}, {In(L), Out(L), Len(L), Val(0.1), Val(0.9), Val(100)});
+    ROW(t, zemsNormalizeInRange_32f16s, {L(19)}, {In(L), Out(L), Len(L), Val(0.1), Val(0.9), Val(1000)});
+    ROW(t, zemsNormalizeInRange_32f8u, {L(19)}, {In(L), Out(L), Len(L), Val(0.1), Val(0.9), Val(200)});
+    ROW(t, zemsNormalizeInRange_16s, {L(19)}, {In(L), Out(L), Len(L), Val(0.1), Val(0.9), Val(1000)});
+    ROW(t, zemsNormalizeInRange_16s8u, {L(19)}, {In(L), Out(L), Len(L), Val(0.1), Val(0.9), Val(200)});
+    ROW(t, zemsNormalizeInRange_32f_I, {L(19)}, {In(L), Len(L), Val(0.1), Val(0.9), Val(100)});
+    ROW(t, zemsNormalizeInRange_16s_I, {L(19)}, {In(L), Len(L), Val(0.1), Val(0.9), Val(1000)});
+    ROW(t, zemsNormalizeInRangeMinMax_32f, {L(19)}, {In(L), Out(L), Len(L), Val(-2), Val(2), Val(0.1), Val(0.9), Val(100)});
+    ROW(t, zemsNormalizeInRangeMinMax_32f16s, {L(19)},
+        {In(L), Out(L), Len(L), Val(-2), Val(2), Val(0.1), Val(0.9), Val(1000)});
+    ROW(t, zemsNormalizeInRangeMinMax_32f8u, {L(19)}, {In(L), Out(L), Len(L), Val(-2), Val(2), Val(0.1), Val(0.9), Val(200)});
+    ROW(t, zemsNormalizeInRangeMinMax_16s, {L(19)},
+        {In(L), Out(L), Len(L), Val(-200), Val(200), Val(0.1), Val(0.9), Val(1000)});
+    ROW(t, zemsNormalizeInRangeMinMax_16s8u, {L(19)},
+        {In(L), Out(L), Len(L), Val(-200), Val(200), Val(0.1), Val(0.9), Val(200)});
+    ROW(t, zemsNormalizeInRangeMinMax_32f_I, {L(19)}, {In(L), Len(L), Val(-2), Val(2), Val(0.1), Val(0.9), Val(100)});
+    ROW(t, zemsNormalizeInRangeMinMax_16s_I, {L(19)}, {In(L), Len(L), Val(-200), Val(200), Val(0.1), Val(0.9), Val(1000)});
+    ROW(t, zemsUnitCurve_32f, {L(19)}, {In(L, -1, 3), Out(L), Len(L)});
+    ROW(t, zemsUnitCurve_32f_I, {L(19)}, {In(L, -1, 3), Len(L)});
+    ROW(t, zemsUnitCurve_16s_Sfs, {L(19)}, {In(L, -100, 600), Sf(8), Out(L), Len(L), Sf()});
+    ROW(t, zemsUnitCurve_16s_ISfs, {L(19)}, {In(L, -100, 600), Sf(8), Len(L), Sf()});
+    // Peaks with and without the moving average; searchSize from 1, movingAvgSize from 0.
+    for (int avg : {0, 2}) {
+        ROW(t, zemsFindPeaks_32f8u, {L(40)}, {In(L), Out(L), Len(L), Len(2), Len(avg, 0)});
+        ROW(t, zemsFindPeaks_32s8u, {L(40)}, {In(L), Out(L), Len(L), Len(2), Len(avg, 0)});
+    }
+    ROW(t, zemsNthMaxElement_32f, {L(19)}, {In(L), Len(L), Len(3, 0), Out(1)});
+    ROW(t, zemsNthMaxElement_32s, {L(19)}, {In(L), Len(L), Len(3, 0), Out(1)});
+    ROW(t, zemsNthMaxElement_64f, {L(19)}, {In(L), Len(L), Len(3, 0), Out(1)});
+}
+
 }  // namespace
 
 void addFrontendRows(Table& t) {
+    addConditioningRows(t);
     t.family = "frontend";
     // Banks.  Arguments that change a record's size stay fixed in the Init forms (a larger
     // bank in the same buffer is the caller's fault); the mode is broken only to refused values.

@@ -89,6 +89,20 @@ void addSequenceRows(Table& t) {
         {Rec(kFix32f), In(D2(fixedEx(false, 2), S, fixedEx(false, 1))), Len(S), Len(fixedEx(false, 2))}, kBlankInit);
     ROW(t, zemsResamplePolyphaseSetFixedFilter_16s, {S(40)},
         {Rec(kFix16s), In(D2(fixedEx(true, 2), S, fixedEx(true, 1))), Len(S), Len(fixedEx(true, 2))}, kBlankInit);
+    // The elementwise special functions; RecSqrt's floor must be above 0.
+    ROW(t, zemsExpNegSqr_32f, {L(19)}, {In(L, -3, 3), Out(L), Len(L)});
+    ROW(t, zemsExpNegSqr_32f_I, {L(19)}, {In(L, -3, 3), Len(L)});
+    ROW(t, zemsExpNegSqr_32f64f, {L(19)}, {In(L, -3, 3), Out(L), Len(L)});
+    ROW(t, zemsExpNegSqr_64f, {L(19)}, {In(L, -3, 3), Out(L), Len(L)});
+    ROW(t, zemsExpNegSqr_64f_I, {L(19)}, {In(L, -3, 3), Len(L)});
+    ROW(t, zemsSinC_32f, {L(19)}, {In(L, -10, 10), Out(L), Len(L)});
+    ROW(t, zemsSinC_32f_I, {L(19)}, {In(L, -10, 10), Len(L)});
+    ROW(t, zemsSinC_32f64f, {L(19)}, {In(L, -10, 10), Out(L), Len(L)});
+    ROW(t, zemsSinC_64f, {L(19)}, {In(L, -10, 10), Out(L), Len(L)});
+    ROW(t, zemsSinC_64f_I, {L(19)}, {In(L, -10, 10), Len(L)});
+    ROW(t, zemsRecSqrt_32f, {L(19)}, {In(L, 0, 10), Len(L), Val(0.5)});
+    ROW(t, zemsRecSqrt_32s_Sfs, {L(19)}, {In(L, 0, 1000), Len(L), Val(4), Sf(-10)});
+    ROW(t, zemsRecSqrt_32s16s_Sfs, {L(19)}, {In(L, 0, 1000), Out(L), Len(L), Val(4), Sf(-10)});
 }
 
 }  // namespace sweep
