@@ -174,8 +174,8 @@ void addConditioningRows(Table& t) {
     ROW(t, zemsCompensateOffset_32f_I, {L(19)}, {In(L), Len(L), In(1), Val(0.25), Val(0.97)});
     ROW(t, zemsCompensateOffset_16s, {L(19)}, {In(L), Out(L), Len(L), In(1), Val(7), Val(0.97)});
     ROW(t, zemsCompensateOffset_16s_I, {L(19)}, {In(L), Len(L), In(1), Val(7), Val(0.97)});
-    ROW(t, zemsCompensateOffsetQ15_16s, {L(19)}, {In(L), Out(L), Len(L), In(1), Val(7), Val(31785)});
-    ROW(t, zemsCompensateOffsetQ15_16s_I, {L(19)}, {In(L), Len(L), In(1), Val(7), Val(31785)});
+    ROW(t, zemsCompensateOffsetQ15_16s, {L(19)}, {In(L), Out(L), Size(L), In(1), Val(7), Val(31785)});
+    ROW(t, zemsCompensateOffsetQ15_16s_I, {L(19)}, {In(L), Size(L), In(1), Val(7), Val(31785)});
     ROW(t, zemsNormEnergy_32f, {H(13), S(3)}, {In(D2(H, S, 1)), Step(S, 1), Len(H), Val(50), Val(0.1)});
     ROW(t, zemsNormEnergy_16s, {H(1100), S(2)}, {In(D2(H, S, 1)), Step(S, 1), Len(H), Val(50), Val(1000), Val(0.5)});
     ROW(t, zemsNormEnergy_RT_32f, {H(13), S(3)}, {In(D2(H, S, 1)), Step(S, 1), Len(H), Val(50), Val(0.5), Val(0.1)});
@@ -212,13 +212,15 @@ void addConditioningRows(Table& t) {
     ROW(t, zemsUnitCurve_16s_Sfs, {L(19)}, {In(L, -100, 600), Sf(8), Out(L), Len(L), Sf()});
     ROW(t, zemsUnitCurve_16s_ISfs, {L(19)}, {In(L, -100, 600), Sf(8), Len(L), Sf()});
     // Peaks with and without the moving average; searchSize from 1, movingAvgSize from 0.
+    // Sizes with an upper limit (len to 65535, searchSize and movingAvgSize to 127, n below
+    // len) must be safe at INT_MAX too.
     for (int avg : {0, 2}) {
-        ROW(t, zemsFindPeaks_32f8u, {L(40)}, {In(L), Out(L), Len(L), Len(2), Len(avg, 0)});
-        ROW(t, zemsFindPeaks_32s8u, {L(40)}, {In(L), Out(L), Len(L), Len(2), Len(avg, 0)});
+        ROW(t, zemsFindPeaks_32f8u, {L(40)}, {In(L), Out(L), Size(L), Size(2), Size(avg, 0)});
+        ROW(t, zemsFindPeaks_32s8u, {L(40)}, {In(L), Out(L), Size(L), Size(2), Size(avg, 0)});
     }
-    ROW(t, zemsNthMaxElement_32f, {L(19)}, {In(L), Len(L), Len(3, 0), Out(1)});
-    ROW(t, zemsNthMaxElement_32s, {L(19)}, {In(L), Len(L), Len(3, 0), Out(1)});
-    ROW(t, zemsNthMaxElement_64f, {L(19)}, {In(L), Len(L), Len(3, 0), Out(1)});
+    ROW(t, zemsNthMaxElement_32f, {L(19)}, {In(L), Len(L), Size(3, 0), Out(1)});
+    ROW(t, zemsNthMaxElement_32s, {L(19)}, {In(L), Len(L), Size(3, 0), Out(1)});
+    ROW(t, zemsNthMaxElement_64f, {L(19)}, {In(L), Len(L), Size(3, 0), Out(1)});
 }
 
 }  // namespace
