@@ -1,3 +1,4 @@
+import ctypes
 import gc
 import os
 
@@ -17,3 +18,12 @@ def no_leaks():
     yield
     gc.collect()
     assert zemsr.live_allocations() == before
+
+
+@pytest.fixture(scope="session")
+def examples():
+    """The demo's front end, the pitch tracker and the robust chain, built as a library by CMake."""
+    path = os.environ.get("ZEMSR_EXAMPLES_LIB")
+    if not path:
+        pytest.skip("ZEMSR_EXAMPLES_LIB is not set (the ctest sets it)")
+    return ctypes.CDLL(path)

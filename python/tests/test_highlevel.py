@@ -17,15 +17,6 @@ def read(name):
         return np.frombuffer(w.readframes(w.getnframes()), np.int16).copy()
 
 
-@pytest.fixture(scope="module")
-def examples():
-    """The demo's front end and the pitch tracker, built as a library by CMake."""
-    path = os.environ.get("ZEMSR_EXAMPLES_LIB")
-    if not path:
-        pytest.skip("ZEMSR_EXAMPLES_LIB is not set (the ctest sets it)")
-    return ctypes.CDLL(path)
-
-
 def test_features_are_the_demos(examples):
     fe = ctypes.create_string_buffer(1 << 14)  # PipeFrontEnd is about 1.7 kB
     assert examples.pipeFrontEndInit(fe) == 0

@@ -7,9 +7,11 @@ from . import errors, lowlevel
 from .errors import ZemError, ZemWarning
 from .highlevel import (CopyNote, column_stats, dtw_distance, features, frame_count, gmm_loglik,
                         normalize_columns, pitch_formants, reduce_noise, resample)
-from .codebook import train_codebook
+from .codebook import Codebook, quantize, split_quantize, train_codebook
 from .lowlevel import Record, live_allocations
+from .vad import NOISE, SPEECH, UNDECIDED, speech_segments, vad_decisions
 
 __all__ = ["errors", "lowlevel", "ZemError", "ZemWarning", "Record", "live_allocations", "CopyNote",
            "features", "frame_count", "gmm_loglik", "dtw_distance", "column_stats", "normalize_columns",
-           "resample", "pitch_formants", "reduce_noise", "train_codebook"]
+           "resample", "pitch_formants", "reduce_noise", "vad_decisions", "speech_segments", "SPEECH", "NOISE",
+           "UNDECIDED", "Codebook", "train_codebook", "quantize", "split_quantize"]

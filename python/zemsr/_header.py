@@ -20,12 +20,16 @@ def _type(text):
     return " ".join(words), depth, const
 
 
-def _param(text, position):
+def _param(text, records):
     text = " ".join(text.split())
     m = re.match(r"(.*?[\s*])([A-Za-z_]\w*)$", text)
     if not m:
         raise ValueError("cannot read the parameter %r" % text)
     base, depth, const = _type(m.group(1))
+    # "R* const*" is an array of records that the call reads; a plain "R**" receives a new
+    # record.
+    if base in records and depth == 2 and re.search(r"\*\s*const\s*\*", m.group(1)):
+        const = True
     return (m.group(2), base, depth, const)
 
 
@@ -34,10 +38,11 @@ def parse(text):
     "status": {name: number}, "records": [type names]}."""
     text = _COMMENT.sub(" ", text)
     text = "\n".join(line for line in text.splitlines() if not line.lstrip().startswith("#"))
+    records = sorted(set(_OPAQUE.findall(text)))
     exports = []
     for m in _DECL.finditer(text):
         params = m.group(3).strip()
-        args = [] if params in ("", "void") else [_param(p, i) for i, p in enumerate(params.split(","))]
+        args = [] if params in ("", "void") else [_param(p, records) for p in params.split(",")]
         exports.append((m.group(2), _type(m.group(1)), args))
     status = {}
     body = _STATUS_ENUM.search(text)
@@ -46,7 +51,7 @@ def parse(text):
             if "=" in item:
                 name, value = item.split("=")
                 status[name.strip()] = int(value.strip())
-    return {"exports": exports, "status": status, "records": sorted(set(_OPAQUE.findall(text)))}
+    return {"exports": exports, "status": status, "records": records}
 
 
 def write_module(header_path, out_path):

@@ -10,7 +10,8 @@ it was built against.  Each function takes the C parameters in the C order:
   writes; ``None`` passes a null pointer;
 * a pointer to row pointers (the ``_D2L`` layouts) takes a 2-D array or a list of
   1-D arrays;
-* a record takes a ``Record`` of its type;
+* a record takes a ``Record`` of its type, an array of records (``R* const*``) a list
+  of them;
 * a ``Record**`` out-parameter is left out of the call: the new record is returned.
 
 Wrong types raise ``TypeError`` and wrong layouts ``ValueError`` naming the
@@ -202,6 +203,22 @@ def _record_arg(fname, pname, base):
     return convert
 
 
+def _records_arg(fname, pname, base):
+    one = _record_arg(fname, pname, base)
+
+    def convert(value, keep):
+        if value is None:
+            return None
+        if isinstance(value, (Record, np.ndarray)) or not hasattr(value, "__len__"):
+            raise TypeError("%s: %s must be a list of %s records, not %s" % (fname, pname, base,
+                                                                               type(value).__name__))
+        table = (ctypes.c_void_p * max(len(value), 1))(*[one(r, keep) for r in value])
+        keep.append(table)
+        return ctypes.addressof(table)
+
+    return convert
+
+
 def _scalar_arg(fname, pname, base):
     ctype = _SCALARS[base]
     if base in ("Zem32f", "Zem64f"):
@@ -250,7 +267,10 @@ class Export:
         self.params = args
         argtypes, converters, self._outs = [], [], []
         for i, (pname, base, depth, const) in enumerate(args):
-            if base in RECORDS and depth == 2:
+            if base in RECORDS and depth == 2 and const:
+                converters.append(_records_arg(name, pname, base))
+                argtypes.append(ctypes.c_void_p)
+            elif base in RECORDS and depth == 2:
                 self._outs.append((i, base))
                 converters.append(None)
                 argtypes.append(ctypes.c_void_p)
