@@ -20,11 +20,6 @@ namespace sweep {
 // message, not failed.  Remove an entry when its row exists.
 const std::vector<const char*>& pendingRows() {
     static const std::vector<const char*> pending = {
-        // Split VQ and forming from codebooks: rows wait on a role for an array of records.
-        "zemsSplitVQ_16s16s",      "zemsSplitVQ_16s8u",       "zemsSplitVQ_16s1u",
-        "zemsSplitVQ_32f16s",      "zemsSplitVQ_32f8u",       "zemsSplitVQ_32f1u",
-        "zemsFormVectorVQ_16s16s", "zemsFormVectorVQ_8u16s",  "zemsFormVectorVQ_1u16s",
-        "zemsFormVectorVQ_16s32f", "zemsFormVectorVQ_8u32f",  "zemsFormVectorVQ_1u32f",
     };
     return pending;
 }

@@ -90,6 +90,7 @@ enum class Role {
     NewRec,   // the out pointer of an InitAlloc
     OwnRec,   // a record handed over (Free): a fresh allocated record each call
     RecBuf,   // a caller's buffer of `extent` bytes for an Init
+    Recs,     // an array of `extent` record pointers, record j of kinds[j % kinds.size()]
 };
 
 using Fill = std::function<double(int64_t i)>;
@@ -106,6 +107,7 @@ struct Arg {
     Fill fill;              // exact contents, when the range is not enough
     std::vector<double> alts;
     const RecordKind* kind = nullptr;
+    std::vector<const RecordKind*> kinds;  // Recs: the kinds of the records, in turn
     bool nullable = false;  // null is accepted here
     bool noExtremes = false;
     bool maxSafe = false;   // a Len whose INT_MAX must also be safe
@@ -209,6 +211,11 @@ inline Arg OwnRec(const RecordKind& k) {
     return a;
 }
 inline Arg RecBuf(Ex bytes) { return role(Role::RecBuf, bytes); }
+inline Arg Recs(Ex count, std::vector<const RecordKind*> kinds) {
+    Arg a = role(Role::Recs, std::move(count));
+    a.kinds = std::move(kinds);
+    return a;
+}
 // Modifiers.
 inline Arg nullable(Arg a) {
     a.nullable = true;

@@ -159,7 +159,7 @@ std::string num(double v) {
 
 bool isPointerRole(Role r) {
     return r == Role::Buf || r == Role::OutBuf || r == Role::Rows || r == Role::Rec || r == Role::NewRec ||
-           r == Role::OwnRec || r == Role::RecBuf;
+           r == Role::OwnRec || r == Role::RecBuf || r == Role::Recs;
 }
 
 std::vector<double> extremesOf(Elem e) {
@@ -187,7 +187,7 @@ std::vector<Case> casesOf(const Row& r) {
             Case c{n + "=null", Kind::Null, a.nullable ? Expect::Any : Expect::Fail, i};
             cs.push_back(c);
         }
-        if (a.role == Role::Rows) {
+        if (a.role == Role::Rows || a.role == Role::Recs) {
             cs.push_back({n + "[0]=null", Kind::NullRow, Expect::Fail, i, 0, 0, 0});
             cs.push_back({n + "[last]=null", Kind::NullRow, Expect::Fail, i, 0, 0, 1});
         }
@@ -356,6 +356,20 @@ std::string prepare(Setup& s, const Case& c, int way, uint32_t seed) {
             case Role::Rec: {
                 const std::string e = buildRecord(s, i, way);
                 if (!e.empty()) return e;
+                break;
+            }
+            case Role::Recs: {
+                if (p.elem != Elem::Ptr) return n + ": the row gives records, the export takes no array of pointers";
+                const int64_t count = a.extent(d);
+                Block& arr = s.block(static_cast<size_t>(count) * sizeof(void*), 0, true, n + " (record pointers)");
+                for (int64_t j = 0; j < count; ++j) {
+                    const RecordKind& k = *a.kinds[static_cast<size_t>(j) % a.kinds.size()];
+                    void* rec = nullptr;
+                    if (!k.alloc || k.alloc(&rec) < 0) return n + ": could not allocate " + k.name;
+                    s.records.push_back({&k, rec, true});
+                    std::memcpy(arr.data + j * sizeof(void*), &rec, sizeof(void*));
+                }
+                sl.p = arr.data;
                 break;
             }
             case Role::NewRec: {

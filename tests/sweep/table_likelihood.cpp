@@ -24,6 +24,7 @@
 //   NewRec(kind)            the out pointer of an InitAlloc; the record is freed after
 //   OwnRec(kind)            a record handed to the export (Free): a fresh one each call
 //   RecBuf(bytes)           a caller's buffer of exactly `bytes` bytes for an Init
+//   Recs(n, {&a, &b})       an array of n records, built by the kinds in turn
 //   nullable(a), noExtremes(a)  null accepted; no extreme contents for this buffer
 // The engine derives every case from the roles: the baseline (which must succeed) aligned
 // and misaligned, every pointer null in turn, the bad sizes, scale factors and values, the

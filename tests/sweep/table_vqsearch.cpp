@@ -1,6 +1,7 @@
 // The sweep's rows for codebook search and vector forming (see table_likelihood.cpp for the
 // roles).  The searches run on 4-dimensional codebooks: a list of 24 rows and a weighted tree
-// of 8 leaves trained on 24 rows, so that both the plain and the scored descents run.
+// of 8 leaves trained on 24 rows, so that both the plain and the scored descents run; the
+// split quantisers and their inverses take three of them in turn (list, tree, list).
 // Three sub-vectors of four elements from tables of five rows; the grouped forms take 9
 // groups of 2 and 5 groups of 4, so that both reach their block and tail paths.  The tables
 // hold one row more than their sizes say: the 2i float form may read it.  A grouped tail
@@ -82,6 +83,39 @@ void addVqSearchRows(Table& t) {
     ROW(t, zemsVQDistSingle_Thresh_32f, {W(kWidth), K(kLeaves)}, {In(W), Out(K), Out(K), Rec(kTree32f), Val(1.5), Out(1)});
     ROW(t, zemsVQDistSingle_Thresh_16s32s_Sfs, {W(kWidth), K(kRows)},
         {In(W), Out(K), Out(K), Rec(kList16s), Val(1.5), Out(1), Sf()});
+    // Split VQ over three codebooks in turn list, tree, list (24, 8, 24 codewords: 5, 3 and 5
+    // bits), 12 elements of a row of 14; rows of numbers 5 apart, or 15 bits apart.
+    const std::vector<const RecordKind*> split32f = {&kList32f, &kTree32f}, split16s = {&kList16s, &kTree16s};
+    const Ex bits = Ex(13);
+#define SPLIT(name, books) \
+    ROW(t, name, {H(7), W(3 * kWidth), S(3 * kWidth + 2), N(3), M(5)}, \
+        {In(D2(H, S, W)), Step(S, W), Out(D2(H, M, N)), Step(M, N), Len(H), Recs(N, books), Len(N)})
+#define SPLIT_BITS(name, books) \
+    ROW(t, name, {H(7), W(3 * kWidth), S(3 * kWidth + 2), N(3), M(15)}, \
+        {In(D2(H, S, W)), Step(S, W), Out(Bytes8(H * M)), Step(M, bits), Len(H), Recs(N, books), Len(N)})
+    SPLIT(zemsSplitVQ_16s16s, split16s);
+    SPLIT(zemsSplitVQ_16s8u, split16s);
+    SPLIT(zemsSplitVQ_32f16s, split32f);
+    SPLIT(zemsSplitVQ_32f8u, split32f);
+    SPLIT_BITS(zemsSplitVQ_16s1u, split16s);
+    SPLIT_BITS(zemsSplitVQ_32f1u, split32f);
+#undef SPLIT
+#undef SPLIT_BITS
+    // The inverse: numbers below 8 are rows of every codebook; any other number copies nothing.
+#define FORM_VQ(name, books) \
+    ROW(t, name, {H(7), W(3 * kWidth), S(3 * kWidth + 2), N(3), M(5)}, \
+        {In(D2(H, M, N), numbers()), Step(M, N), Out(D2(H, S, W)), Step(S, W), Len(H), Recs(N, books), Len(N)})
+#define FORM_VQ_BITS(name, books) \
+    ROW(t, name, {H(7), W(3 * kWidth), S(3 * kWidth + 2), N(3), M(15)}, \
+        {In(Bytes8((H - 1) * M + bits)), Step(M, bits), Out(D2(H, S, W)), Step(S, W), Len(H), Recs(N, books), Len(N)})
+    FORM_VQ(zemsFormVectorVQ_16s16s, split16s);
+    FORM_VQ(zemsFormVectorVQ_8u16s, split16s);
+    FORM_VQ(zemsFormVectorVQ_16s32f, split32f);
+    FORM_VQ(zemsFormVectorVQ_8u32f, split32f);
+    FORM_VQ_BITS(zemsFormVectorVQ_1u16s, split16s);
+    FORM_VQ_BITS(zemsFormVectorVQ_1u32f, split32f);
+#undef FORM_VQ
+#undef FORM_VQ_BITS
     const Ex rows = Ex(kTableRows + 1);
 #define FORM(name) \
     ROW(t, name, {N(3), W(4)}, {In(N, numbers()), Rows(N, rows * W), noExtremes(In(N, constant(kTableRows))), \
