@@ -9,6 +9,7 @@
 #include <tuple>
 #include <vector>
 
+#include "alloc_walk.h"
 #include "check_order.h"
 #include "test_support.h"
 #include "zemcore.h"
@@ -33,6 +34,28 @@ std::vector<long double> directSums(const State* st, int nFilter, const std::vec
         for (int k = c[i + 1] + 1; k <= c[i + 2]; ++k) y[i] += run[at++] * x[k];
     }
     return y;
+}
+
+// |X[k]| for k = 0 .. n/2 of a real frame of n samples, by the direct transform.
+template <class T>
+std::vector<long double> magnitudes(const std::vector<T>& frame, int n) {
+    std::vector<long double> mag(n / 2 + 1);
+    for (int k = 0; k <= n / 2; ++k) {
+        std::complex<long double> s = 0;
+        for (int t = 0; t < n; ++t) s += (long double)frame[t] * std::polar(1.0L, -2.0L * M_PI * k * t / n);
+        mag[k] = std::abs(s);
+    }
+    return mag;
+}
+
+// Filter i of a Q14 bank over x: bin weights (k - c + 1) * 16384 / (width + 1) on the rising
+// side and their mirror on the falling side, products and sums exact.
+template <class R, class X>
+R q14Sum(const Zem32s* c, int i, const X& x) {
+    R sum = 0;
+    for (int k = c[i]; k <= c[i + 1]; ++k) sum += R((k - c[i] + 1) * 16384 / (c[i + 1] - c[i] + 1)) * x[k];
+    for (int k = c[i + 1] + 1; k <= c[i + 2]; ++k) sum += R((c[i + 2] - k + 1) * 16384 / (c[i + 2] - c[i + 1] + 1)) * x[k];
+    return sum;
 }
 
 }  // namespace
@@ -87,35 +110,6 @@ TEST(FilterBank, AuroraCentresAndUnitAreas) {
     EXPECT_EQ(c[26], 64);
 }
 
-TEST(FilterBank, MelBankEvaluationMatchesItsRows) {
-    zemtest::Random rnd(1001);
-    for (int mode : {1, 2}) {
-        for (int frameLen : {256, 400}) {
-            ZemsFBankState_32f* st = nullptr;
-            Zem32s order = 0;
-            ASSERT_EQ(zemsMelFBankInitAlloc_32f(&st, &order, frameLen, 16000.0f, 64.0f, 8000.0f, 26, 1127.0f, 700.0f, mode), zemStatusOk);
-            const int n = 1 << order;
-            EXPECT_EQ(n, frameLen == 256 ? 256 : 512);
-            const auto spectrum = rnd.uniform<float>(n / 2 + 1, 0, 10);
-            std::vector<long double> x(spectrum.begin(), spectrum.end());
-            std::vector<float> y(26);
-            ASSERT_EQ(zemsEvalFBank_32f(spectrum.data(), y.data(), st), zemStatusOk);
-            const auto want = directSums(st, 26, x, zemsFBankGetCenters_32f, zemsFBankGetCoeffs_32f);
-            for (int i = 0; i < 26; ++i) EXPECT_NEAR(y[i], (double)want[i], std::fabs((double)want[i]) * 1e-5 + 1e-5) << i;
-            // The same bank inside a caller's buffer gives the same values.
-            Zem32s size = 0;
-            ASSERT_EQ(zemsMelFBankGetSize_32f(frameLen, 26, mode, &size), zemStatusOk);
-            std::vector<Zem8u> buffer(size);
-            auto* own = reinterpret_cast<ZemsFBankState_32f*>(buffer.data());
-            ASSERT_EQ(zemsMelFBankInit_32f(own, &order, frameLen, 16000.0f, 64.0f, 8000.0f, 26, 1127.0f, 700.0f, mode), zemStatusOk);
-            std::vector<float> y2(26);
-            ASSERT_EQ(zemsEvalFBank_32f(spectrum.data(), y2.data(), own), zemStatusOk);
-            for (int i = 0; i < 26; ++i) EXPECT_EQ(y[i], y2[i]);
-            ASSERT_EQ(zemsFBankFree_32f(st), zemStatusOk);
-        }
-    }
-}
-
 // Random centre layouts (coinciding centres, spans of 0 to 40 bins, 1 to 11 filters) with
 // random rows.  The spectrum holds exactly the bins up to one past the last centre, the
 // most the evaluation may read, and every bin outside the filters is infinite.
@@ -161,12 +155,7 @@ TEST(FilterBank, TransformPathAgainstADoubleSpectrum) {
     ASSERT_EQ(zemsMelFBankInitAlloc_32f(&st, &order, 400, 16000.0f, 64.0f, 8000.0f, 20, 1127.0f, 700.0f, 5), zemStatusOk);
     const int n = 1 << order;
     const auto frame = rnd.uniform<float>(n, -1, 1);
-    std::vector<long double> mag(n / 2 + 1);
-    for (int k = 0; k <= n / 2; ++k) {
-        std::complex<long double> s = 0;
-        for (int t = 0; t < n; ++t) s += (long double)frame[t] * std::polar(1.0L, -2.0L * M_PI * k * t / n);
-        mag[k] = std::abs(s);
-    }
+    const std::vector<long double> mag = magnitudes(frame, n);
     std::vector<float> y(20);
     ASSERT_EQ(zemsEvalFBank_32f(frame.data(), y.data(), st), zemStatusOk);
     const auto want = directSums(st, 20, mag, zemsFBankGetCenters_32f, zemsFBankGetCoeffs_32f);
@@ -188,10 +177,7 @@ TEST(FilterBank, IntegerBanksAreExact) {
         ASSERT_EQ(zemsEvalFBank_16s_Sfs(x.data(), y16.data(), st, sf), zemStatusOk);
         ASSERT_EQ(zemsEvalFBank_16s32s_Sfs(x.data(), y32.data(), st, sf), zemStatusOk);
         for (int i = 0; i < 12; ++i) {
-            // Q14 bin weights (k - c + 1) * 16384 / (width + 1), products and sums exact.
-            int64_t sum = 0;
-            for (int k = c[i]; k <= c[i + 1]; ++k) sum += int64_t((k - c[i] + 1) * 16384 / (c[i + 1] - c[i] + 1)) * x[k];
-            for (int k = c[i + 1] + 1; k <= c[i + 2]; ++k) sum += int64_t((c[i + 2] - k + 1) * 16384 / (c[i + 2] - c[i + 1] + 1)) * x[k];
+            const int64_t sum = q14Sum<int64_t>(c.data(), i, x);
             const int s = sf + 14;
             const int64_t v = s > 0 ? sum >> s : sum << -s;
             EXPECT_EQ(y32[i], std::clamp<int64_t>(v, INT32_MIN, INT32_MAX)) << i << " sf " << sf;
@@ -242,28 +228,15 @@ TEST(FilterBank, EmptyBanksCentresAndChecks) {
     EXPECT_EQ(zemsFBankGetCenters_16s(mixed, mixedCentres), zemStatusOk);
     for (int k = 1; k < 12; ++k) EXPECT_LE(mixedCentres[k - 1], mixedCentres[k]);
     zemsFBankFree_16s(mixed);
-    // Every allocation failing in turn: NoMemory with every output as it was, nothing left
-    // behind; the transform state lives in the bank's one block.
-    for (auto create : {+[](ZemsFBankState_32f** f, Zem32s* o) { return zemsMelFBankInitAlloc_32f(f, o, 400, 16000, 64, 8000, 26, 1127, 700, 5); },
-                        +[](ZemsFBankState_32f** f, Zem32s* o) { return zemsMelLinFBankInitAlloc_32f(f, o, 400, 16000, 64, 8000, 26, 1000, 4, 1127, 700, 5); },
-                        +[](ZemsFBankState_32f** f, Zem32s* o) { return zemsEmptyFBankInitAlloc_32f(f, o, 400, 26, 5); }})
-        for (int k = 1;; ++k) {
-            const int64_t live = zemcoreTestLiveAllocations();
-            ZemsFBankState_32f* f = nullptr;
-            Zem32s o = -5;
-            zemcoreTestFailAllocation(k);
-            const ZemStatus s = create(&f, &o);
-            zemcoreTestFailAllocation(0);
-            if (s == zemStatusOk) {
-                EXPECT_EQ(o, 9);
-                zemsFBankFree_32f(f);
-                EXPECT_EQ(zemcoreTestLiveAllocations(), live);
-                break;
-            }
-            EXPECT_EQ(s, zemStatusNoMemory) << k;
-            EXPECT_TRUE(f == nullptr && o == -5) << k;
-            EXPECT_EQ(zemcoreTestLiveAllocations(), live) << k;
-        }
+    // Every allocation failing in turn, in the transform mode: its state lives in the bank's
+    // one block.
+    static ZemsFBankState_32f* made;
+    static Zem32s madeOrder;
+    const std::vector<zemtest::Region> madeOut{zemtest::region(&made, 1), zemtest::region(&madeOrder, 1)};
+    const auto release = [] { zemsFBankFree_32f(made); };
+    EXPECT_GE(zemtest::expectAllocationWalk("mel", [] { return zemsMelFBankInitAlloc_32f(&made, &madeOrder, 400, 16000, 64, 8000, 26, 1127, 700, 5); }, madeOut, release), 1);
+    EXPECT_GE(zemtest::expectAllocationWalk("mixed", [] { return zemsMelLinFBankInitAlloc_32f(&made, &madeOrder, 400, 16000, 64, 8000, 26, 1000, 4, 1127, 700, 5); }, madeOut, release), 1);
+    EXPECT_GE(zemtest::expectAllocationWalk("empty", [] { return zemsEmptyFBankInitAlloc_32f(&made, &madeOrder, 400, 26, 5); }, madeOut, release), 1);
     const float mels[2] = {0.0f, 1000.0f};
     float back[2], lin[2];
     ASSERT_EQ(zemsMelToLinear_32f(mels, lin, 2, 1127.0f, 700.0f), zemStatusOk);
@@ -315,6 +288,7 @@ TEST(FilterBank, MelCentresAndWeightsFollowTheirFormulas) {
                     Zem32s order = 0;
                     const float hi = fs / 2;
                     ASSERT_EQ(zemsMelFBankInitAlloc_32f(&st, &order, frameLen, fs, 60.0f, hi, nF, 1127.0f, 700.0f, mode), zemStatusOk);
+                    ASSERT_EQ(1 << order, frameLen == 512 ? 512 : 256);
                     const MelReference ref(1 << order, fs, 60.0f, hi, nF, 1127.0f, 700.0f, mode);
                     std::vector<Zem32s> c(nF + 2);
                     const ZemStatus got = zemsFBankGetCenters_32f(st, c.data());
@@ -352,20 +326,12 @@ TEST(FilterBank, FixedPointCentresAndTheSixteenBitTransformPath) {
     const auto frame = rnd.integers<Zem16s>(256, -1000, 1000);
     std::vector<Zem32s> y(10);
     ASSERT_EQ(zemsEvalFBank_16s32s_Sfs(frame.data(), y.data(), st, 0), zemStatusOk);
-    std::vector<long double> mag(129);
-    for (int k = 0; k <= 128; ++k) {
-        std::complex<long double> s = 0;
-        for (int t = 0; t < 256; ++t) s += (long double)frame[t] * std::polar(1.0L, -2.0L * M_PI * k * t / 256);
-        mag[k] = std::abs(s);
-    }
+    const std::vector<long double> mag = magnitudes(frame, 256);
     std::vector<Zem32s> cc(12);
     ASSERT_EQ(zemsFBankGetCenters_16s(st, cc.data()), zemStatusOk);
     for (int i = 0; i < 10; ++i) {
-        // Q14 weights, magnitudes times 64 (two factors of 8), shifted by 14 + 6.
-        long double sum = 0;
-        for (int k = cc[i]; k <= cc[i + 1]; ++k) sum += (long double)((k - cc[i] + 1) * 16384 / (cc[i + 1] - cc[i] + 1)) * mag[k];
-        for (int k = cc[i + 1] + 1; k <= cc[i + 2]; ++k) sum += (long double)((cc[i + 2] - k + 1) * 16384 / (cc[i + 2] - cc[i + 1] + 1)) * mag[k];
-        const double want = double(sum * 64 / (1 << 20));
+        // Magnitudes times 64 (two factors of 8), shifted by 14 + 6.
+        const double want = double(q14Sum<long double>(cc.data(), i, mag) * 64 / (1 << 20));
         EXPECT_NEAR(y[i], want, std::fabs(want) * 1e-3 + 2) << i;
     }
     zemsFBankFree_16s(st);
@@ -465,14 +431,7 @@ TEST(FilterBank, CreationChecksInOrder) {
         zemtest::expectCheckOrder<BankArgs>(r.name, r.where == 1 ? allocated : inBuffer, r.call, r.breaks,
                                             r.where == 0 ? bufferOut : r.where == 1 ? madeOut : sizeOut,
                                             r.where == 1 ? zemtest::kSkipValidCall : zemStatusOk);
-    // The Aurora banks and Free check their one pointer.
-    for (auto f : {zemsMelFBankGetSizeLow_Aurora_32f, zemsMelFBankGetSizeLow_Aurora_16s, zemsMelFBankGetSizeHigh_Aurora_32f,
-                   zemsMelFBankGetSizeHigh_Aurora_16s})
-        EXPECT_EQ(f(nullptr), zemStatusNullPointer);
-    for (auto f : {zemsMelFBankInitLow_Aurora_32f, zemsMelFBankInitHigh_Aurora_32f, zemsFBankFree_32f}) EXPECT_EQ(f(nullptr), zemStatusNullPointer);
-    for (auto f : {zemsMelFBankInitLow_Aurora_16s, zemsMelFBankInitHigh_Aurora_16s, zemsFBankFree_16s}) EXPECT_EQ(f(nullptr), zemStatusNullPointer);
-    for (auto f : {zemsMelFBankInitAllocLow_Aurora_32f, zemsMelFBankInitAllocHigh_Aurora_32f}) EXPECT_EQ(f(nullptr), zemStatusNullPointer);
-    for (auto f : {zemsMelFBankInitAllocLow_Aurora_16s, zemsMelFBankInitAllocHigh_Aurora_16s}) EXPECT_EQ(f(nullptr), zemStatusNullPointer);
+    // The Aurora banks and Free check only their one pointer: the sweep's.
 }
 
 namespace {

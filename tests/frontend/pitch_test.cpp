@@ -87,16 +87,6 @@ Best lspeReference(const std::vector<float>& x, int maxP, int minP) {
     return {bestR, period};
 }
 
-std::vector<float> nonNegativeAutocorr(const std::vector<float>& x, int lags) {
-    std::vector<float> r(lags);
-    for (int k = 0; k < lags; ++k) {
-        double s = 0;
-        for (size_t n = k; n < x.size(); ++n) s += double(x[n]) * x[n - k];
-        r[k] = static_cast<float>(s > 0 ? s : 0);
-    }
-    return r;
-}
-
 TEST(Pitch, CheckOrders) {
     std::vector<float> f(2000, 1.0f);
     std::vector<Zem32s> i32(2000, 5);
@@ -194,15 +184,9 @@ TEST(Pitch, CheckOrders) {
 }
 
 TEST(Pitch, CombPeriodicity) {
-    // The autocorrelation of a pulse train of period 40 peaks at its multiples.
-    std::vector<float> pulses(400, 0.0f);
-    for (int n = 0; n < 400; n += 40) pulses[n] = 1.0f;
-    const std::vector<float> r = nonNegativeAutocorr(pulses, 400);
+    // Against the stated steps, bit for bit, on random lag functions (ties included).
     float pf;
     Zem32s period;
-    ASSERT_EQ(zemsPeriodicity_32f(r.data(), 400, &pf, &period, 100, 20), zemStatusOk);
-    EXPECT_EQ(period, 40);
-    // Against the stated steps, bit for bit, on random lag functions (ties included).
     zemtest::Random rnd(31);
     for (int len : {61, 200, 1000, 4096}) {
         std::vector<float> x = rnd.uniform<float>(len, 0, 10);
