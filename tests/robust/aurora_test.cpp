@@ -13,8 +13,6 @@ using zemtest::sameBits;
 
 namespace {
 
-constexpr double kPiTest = 3.14159265358979323846;
-
 int16_t sat16(int64_t v) { return int16_t(v > 32767 ? 32767 : v < -32768 ? -32768 : v); }
 
 }  // namespace
@@ -279,28 +277,6 @@ TEST(AuroraBands, SplitAndHighBandCoding) {
         ASSERT_EQ(l16[n], Zem16s(std::nearbyint(std::min(32767.0, std::max(-32768.0, l / 262144)))));
         ASSERT_EQ(h16[n], Zem16s(std::nearbyint(std::min(32767.0, std::max(-32768.0, h / 262144)))));
     }
-    // Two tones through a half-band pair: the low one lands in the low band, the high one
-    // (mirrored to half rate) in the high band.
-    {
-        const int n = 4000, T = 32;
-        std::vector<float> h(T), xs(n + T), lo2(n / 2), hi2(n / 2);
-        for (int k = 0; k < T; ++k) {  // a windowed half-band low-pass
-            const double m = k - (T - 1) / 2.0;
-            h[k] = float(0.5 * (m == 0 ? 1.0 : std::sin(kPiTest * 0.5 * m) / (kPiTest * 0.5 * m)) *
-                         (0.54 - 0.46 * std::cos(2 * kPiTest * k / (T - 1))));
-        }
-        auto energies = [&](double f) {
-            for (int k = 0; k < n + T; ++k) xs[k] = float(std::sin(2 * kPiTest * f * k));
-            zemsLowHighFilter_Aurora_32f(xs.data(), lo2.data(), hi2.data(), n, h.data(), T);
-            double el = 0, eh = 0;
-            for (int k = 100; k < n / 2; ++k) el += lo2[k] * lo2[k], eh += hi2[k] * hi2[k];
-            return std::pair{el, eh};
-        };
-        const auto [l1, h1] = energies(0.05);
-        const auto [l2, h2] = energies(0.45);
-        EXPECT_GT(l1, 100 * h1);
-        EXPECT_GT(h2, 100 * l2);
-    }
     // High band coding: all zeros give -10 in float.  In integers every log is -1280 and the
     // weighted terms, each shifted right arithmetically by 10, sum to -128 - 257 - 897 =
     // -1282 (not -1280: the shifts round down), so dst = -1282 >> 7 = -11.
@@ -325,6 +301,8 @@ TEST(AuroraBands, SplitAndHighBandCoding) {
     }
 }
 
+// Steps whose only checks are their pointers (taps, residual, waveform, high band coding)
+// are the sweep's: each pointer null fails with nothing written.
 TEST(Aurora, CheckOrders) {
     float f[256] = {}, o[256];
     struct A {
@@ -348,16 +326,8 @@ TEST(Aurora, CheckOrders) {
     expectCheckOrder<A>("Noise_32s", {f, o}, [&](const A& x) { return zemsNoiseSpectrumUpdate_Aurora_32s_Sfs((const Zem32s*)x.a, (const Zem32s*)f, (Zem32s*)x.out, x.len, 0); }, {a, out, len}, r);
     expectCheckOrder<A>("Wiener_32f", {f, o}, [&](const A& x) { return zemsWienerFilterDesign_Aurora_32f(x.a, f, f, x.out, x.len); }, {a, out, len}, r);
     expectCheckOrder<A>("Wiener_16s", {f, o}, [&](const A& x) { return zemsWienerFilterDesign_Aurora_16s((const Zem16s*)x.a, (const Zem16s*)f, (const Zem16s*)f, (Zem16s*)x.out, x.len); }, {a, out, len}, r);
-    expectCheckOrder<A>("Tabs_32f", {f, o}, [](const A& x) { return zemsTabsCalculation_Aurora_32f(x.a, x.out); }, {a, out}, r);
-    expectCheckOrder<A>("Tabs_16s", {f, o}, [](const A& x) { return zemsTabsCalculation_Aurora_16s((const Zem16s*)x.a, (Zem16s*)x.out); }, {a, out}, r);
-    expectCheckOrder<A>("Residual_32f", {f, o}, [&](const A& x) { return zemsResidualFilter_Aurora_32f(x.a, x.out, f); }, {a, out}, r);
-    expectCheckOrder<A>("Residual_16s", {f, o}, [&](const A& x) { return zemsResidualFilter_Aurora_16s_Sfs((const Zem16s*)x.a, (Zem16s*)x.out, (const Zem16s*)f, 0); }, {a, out}, r);
     expectCheckOrder<A>("Blind_32f", {f, o}, [&](const A& x) { return zemsBlindEqualization_Aurora_32f(x.a, x.out, o + 64, x.len, 0); }, {a, out, len}, r);
     expectCheckOrder<A>("Blind_16s", {f, o}, [&](const A& x) { return zemsBlindEqualization_Aurora_16s((const Zem16s*)x.a, (Zem16s*)x.out, (Zem16s*)(o + 64), x.len, 0); }, {a, out, len}, r);
-    expectCheckOrder<A>("Wave_32f", {f, o}, [](const A& x) { return zemsWaveProcessing_Aurora_32f(x.a, x.out); }, {a, out}, r);
-    expectCheckOrder<A>("Wave_16s", {f, o}, [](const A& x) { return zemsWaveProcessing_Aurora_16s((const Zem16s*)x.a, (Zem16s*)x.out); }, {a, out}, r);
-    expectCheckOrder<A>("HighBand_32f", {f, o}, [&](const A& x) { return zemsHighBandCoding_Aurora_32f(x.a, f, f, x.out); }, {a, out}, r);
-    expectCheckOrder<A>("HighBand_32s", {f, o}, [&](const A& x) { return zemsHighBandCoding_Aurora_32s_Sfs((const Zem32s*)x.a, (const Zem32s*)f, (const Zem32s*)f, (Zem32s*)x.out, 0); }, {a, out}, r);
     // The band split's own order: source and taps, tap count, outputs, length.
     struct L {
         const float* src;

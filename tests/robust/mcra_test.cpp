@@ -187,23 +187,28 @@ auto upd32s = [](const int32_t* x, void* m, int32_t* n) { return zemsUpdateNoise
 
 }  // namespace
 
+namespace {
+// Both forms over the same set-up; the integer power is scaled up to use its range.
+void runBoth(int32_t rate, int32_t fftLen, int32_t step, int frames, double intLevel) {
+    runTracker<float, Ref32f>(rate, fftLen, step, frames, 1e3, init32f, alt32f, upd32f);
+    runTracker<int32_t, Ref32s>(rate, fftLen, step, frames, intLevel, init32s, alt32s, upd32s);
+}
+}  // namespace
+
 TEST(Mcra, TrackerFollowsTheReferenceAtEveryRate) {
     for (int32_t rate : kRates)
         for (int32_t fftLen : {256, 512, 300}) {
-            runTracker<float, Ref32f>(rate, fftLen, 0, 260, 1e3, init32f, alt32f, upd32f);
-            runTracker<int32_t, Ref32s>(rate, fftLen, 0, 260, 1e6, init32s, alt32s, upd32s);
-            runTracker<float, Ref32f>(rate, fftLen, fftLen / 4 + 1, 130, 1e3, init32f, alt32f, upd32f);
-            runTracker<int32_t, Ref32s>(rate, fftLen, fftLen / 4 + 1, 130, 1e6, init32s, alt32s, upd32s);
+            runBoth(rate, fftLen, 0, 260, 1e6);
+            runBoth(rate, fftLen, fftLen / 4 + 1, 130, 1e6);
         }
 }
 
 TEST(Mcra, TransformLengthLimits) {
     for (int32_t fftLen : {8, 9, 8192})
         for (int32_t rate : {8000, 48000}) {
-            runTracker<float, Ref32f>(rate, fftLen, 0, 70, 1e3, init32f, alt32f, upd32f);
-            runTracker<int32_t, Ref32s>(rate, fftLen, 0, 70, 1e5, init32s, alt32s, upd32s);
-            runTracker<float, Ref32f>(rate, fftLen, 1, 20, 1e3, init32f, alt32f, upd32f);
-            runTracker<int32_t, Ref32s>(rate, fftLen, fftLen / 2, 20, 1e5, init32s, alt32s, upd32s);
+            runBoth(rate, fftLen, 0, 70, 1e5);
+            runBoth(rate, fftLen, 1, 20, 1e5);
+            runBoth(rate, fftLen, fftLen / 2, 20, 1e5);
         }
 }
 
@@ -321,15 +326,6 @@ TEST(Mcra, EmnsGainsFollowTheCurveAndTheIntegerRules) {
     EXPECT_EQ(o[1], INT32_MAX);  // i = 0: w times 2^31 - 1
     EXPECT_EQ(o[2], INT32_MAX);  // i = 64: w T[64] is past the Q31 range
     EXPECT_NEAR(o[3] * 0x1p-31, 0.5 * besselM(50.0), 0.005);
-    // A gain outside 0 .. 1 (or negative in Q31) refuses the whole call.
-    float wf[3] = {0.5f, 1.5f, 0.2f}, gf[3] = {1, 1, 1}, of[3];
-    zemtest::fillSentinel(of, 3);
-    EXPECT_EQ(zemsFilterUpdateEMNS_32f(wf, gf, of, 3), zemStatusOutOfRange);
-    EXPECT_TRUE(zemtest::untouched(of, 3));
-    const int32_t wn[2] = {5, -1};
-    zemtest::fillSentinel(o, 2);
-    EXPECT_EQ(zemsFilterUpdateEMNS_32s(wn, gs, o, 2), zemStatusOutOfRange);
-    EXPECT_TRUE(zemtest::untouched(o, 2));
 }
 
 TEST(Mcra, CheckOrder) {
@@ -345,8 +341,7 @@ TEST(Mcra, CheckOrder) {
         bool wide = false;  // the gains' range scan meets a bad element
     };
     using B = zemtest::Break<A>;
-    const std::vector<zemtest::Region> regions{zemtest::region(st, sizeof st), zemtest::region(out, 8),
-                                               zemtest::region(&size, 1)};
+    const std::vector<zemtest::Region> regions{zemtest::region(st, sizeof st), zemtest::region(&size, 1)};
     const A valid{8000, 8, 2, 8, st, a, out, &size};
     const B nullState{"state", [](A& x) { x.state = nullptr; }, zemStatusNullPointer};
     const B lowRate{"rate", [](A& x) { x.rate = 7999; }, zemStatusOutOfRange};
@@ -371,14 +366,7 @@ TEST(Mcra, CheckOrder) {
                         {nullState, lowRate, zeroStep, bigStep, altLen}, regions);
     expectCheckOrder<A>("AltInit_32s", valid, [](const A& x) { return alt32s(x.rate, x.fftLen, x.step, x.state); },
                         {nullState, highRate, bigStep, altLen}, regions);
-    init32f(8000, 8, st);
-    const std::vector<B> update{{"src", [](A& x) { x.x = nullptr; }, zemStatusNullPointer}, nullState,
-                                {"noise", [](A& x) { x.dst = nullptr; }, zemStatusNullPointer}};
-    expectCheckOrder<A>("Update_32f", valid, [](const A& x) { return upd32f(x.x, x.state, x.dst); }, update,
-                        {zemtest::region(out, 8)});
-    init32s(8000, 8, st);
-    expectCheckOrder<A>("Update_32s", valid, [](const A& x) { return upd32s((const int32_t*)x.x, x.state, (int32_t*)x.dst); },
-                        update, {zemtest::region(out, 8)});
+    // The noise update's checks are its three pointers: the sweep's.
     const B src{"src", [](A& x) { x.x = nullptr; }, zemStatusNullPointer};
     const B dst{"dst", [](A& x) { x.dst = nullptr; }, zemStatusNullPointer};
     const B len0{"len", [](A& x) { x.len = 0; }, zemStatusSizeTooLarge};
@@ -390,12 +378,11 @@ TEST(Mcra, CheckOrder) {
         return zemsFilterUpdateWiener_32s((const int32_t*)x.x, (int32_t*)x.dst, x.len); }, {src, dst, lenBig}, gainOut);
     // The Wiener gains' range is scanned last; 1.5 (and a negative Q31 value) fails it.
     static float wide[8] = {0.5f, 1.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.5f, 0.5f};
-    const B range{"range", [](A& x) { x.wide = true; }, zemStatusOutOfRange};
     static int32_t negative[8] = {1, 2, 3, -4, 5, 6, 7, 8};
-    const B rangeQ{"range", [](A& x) { x.wide = true; }, zemStatusOutOfRange};
+    const B range{"range", [](A& x) { x.wide = true; }, zemStatusOutOfRange};
     expectCheckOrder<A>("EMNS_32f", valid, [&](const A& x) { return zemsFilterUpdateEMNS_32f(x.x && x.wide ? wide : x.x, a, x.dst, x.len); },
                         {src, dst, len0, range}, gainOut);
     expectCheckOrder<A>("EMNS_32s", valid, [&](const A& x) {
         return zemsFilterUpdateEMNS_32s(x.x && x.wide ? negative : (const int32_t*)x.x, (const int32_t*)a, (int32_t*)x.dst, x.len); },
-        {src, dst, lenBig, rangeQ}, gainOut);
+        {src, dst, lenBig, range}, gainOut);
 }

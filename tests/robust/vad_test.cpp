@@ -1,6 +1,6 @@
 // Voice activity decision: the record against a reference state machine written from the
 // rules, field by field after every frame and flush; the ring, hangover and flush rules on
-// hand-set records; the check order.
+// hand-set records.  Every pointer null is the sweep's (tests/sweep/table_robust.cpp).
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -8,7 +8,6 @@
 #include <cstring>
 #include <vector>
 
-#include "check_order.h"
 #include "own.h"
 #include "test_support.h"
 #include "zemsr.h"
@@ -202,7 +201,7 @@ void runSideBySide(const std::vector<Frame>& frames, Decide decide, Flush flush,
 
 }  // namespace
 
-TEST(VadAurora, FloatRecordFollowsTheReferenceFrameByFrame) {
+TEST(VadAurora, RecordFollowsTheReferenceFrameByFrame) {
     for (uint32_t seed : {1u, 2u, 3u}) {
         std::vector<int> dec;
         runSideBySide<float, float>(burstSignal(seed, 200, 100.0f), zemsVADDecision_Aurora_32f, zemsVADFlush_Aurora_32f,
@@ -211,26 +210,19 @@ TEST(VadAurora, FloatRecordFollowsTheReferenceFrameByFrame) {
         EXPECT_EQ(dec[55], zemVADSpeech);  // inside the long burst
         EXPECT_EQ(dec[100], zemVADNoise);  // long after it, hangover spent
     }
-}
-
-TEST(VadAurora, IntegerRecordFollowsTheReferenceFrameByFrame) {
-    for (uint32_t seed : {4u, 5u}) {
-        runSideBySide<int32_t, int16_t>(burstSignal(seed, 200, 300.0f), zemsVADDecision_Aurora_16s,
-                                        zemsVADFlush_Aurora_16s);
-        runSideBySide<int32_t, int16_t>(burstSignal(seed, 60, 32767.0f), zemsVADDecision_Aurora_16s,
-                                        zemsVADFlush_Aurora_16s);
-    }
-    // Frames whose energy mean computes to zero: the onset test must not divide by it.
-    std::vector<Frame> quiet(30, Frame{std::vector<float>(25, 0.0f), std::vector<float>(64, 0.0f), 0});
-    runSideBySide<int32_t, int16_t>(quiet, zemsVADDecision_Aurora_16s, zemsVADFlush_Aurora_16s);
+    // Integers, at a low level and at full scale; then frames whose energy mean computes to
+    // zero, which the onset test must not divide by.
+    std::vector<std::vector<Frame>> signals{burstSignal(4, 200, 300.0f), burstSignal(4, 60, 32767.0f),
+                                            burstSignal(5, 200, 300.0f), burstSignal(5, 60, 32767.0f),
+                                            {30, Frame{std::vector<float>(25, 0.0f), std::vector<float>(64, 0.0f), 0}}};
+    for (const auto& frames : signals)
+        runSideBySide<int32_t, int16_t>(frames, zemsVADDecision_Aurora_16s, zemsVADFlush_Aurora_16s);
 }
 
 TEST(VadAurora, InitSizeAndUntouchedFields) {
-    int32_t size = 0;
-    EXPECT_EQ(zemsVADGetBufSize_Aurora_16s(&size), zemStatusOk);
-    EXPECT_EQ(size, 64);
-    EXPECT_EQ(zemsVADGetBufSize_Aurora_32f(&size), zemStatusOk);
-    EXPECT_EQ(size, 64);
+    int32_t size16 = 0, size32 = 0;
+    EXPECT_EQ(zemsVADGetBufSize_Aurora_16s(&size16) | zemsVADGetBufSize_Aurora_32f(&size32), zemStatusOk);
+    EXPECT_TRUE(size16 == 64 && size32 == 64);
     unsigned char a[64], b[64];
     std::memset(a, 0x77, 64);
     std::memset(b, 0x77, 64);
@@ -239,12 +231,8 @@ TEST(VadAurora, InitSizeAndUntouchedFields) {
     EXPECT_EQ(std::memcmp(a, b, 64), 0);
     Rec<float> r;
     std::memcpy(&r, a, 64);
-    EXPECT_EQ(r.lowBandFlag, 0x7777);  // not set by Init
-    EXPECT_EQ(r.varianceFlag, 0x7777);
-    EXPECT_EQ(r.flushAnchor, -1);
-    EXPECT_EQ(r.hangReload, 23);
-    EXPECT_EQ(r.frameCount, 0);
-    EXPECT_EQ(r.energyFloor, 0.0f);
+    EXPECT_TRUE(r.lowBandFlag == 0x7777 && r.varianceFlag == 0x7777);  // not set by Init
+    EXPECT_TRUE(r.flushAnchor == -1 && r.hangReload == 23 && r.frameCount == 0 && r.energyFloor == 0.0f);
 }
 
 // Hand-set rings, drained by flushes: the run decides the counters as the flush's rules say.
@@ -262,6 +250,7 @@ TEST(VadAurora, RunRuleAndFlushHangover) {
         {{1, 1, 0, 1, 1, 0, 1}, 100, 0, 0, 23, -1, -1, 23, zemVADNoise},  // r = 2; counters below 0
         {{1, 1, 0, 0, 0, 1, 1}, 100, 2, 0, 23, 1, -1, 23, zemVADSpeech},  // no wrap from newest to oldest
         {{0, 0, 0, 0, 0, 0, 0}, 5, 9, 9, 23, 9, 9, 23, zemVADUndecided},  // before frame 11
+        {{1, 1, 1, 1, 1, 1, 1}, 10, 9, 9, 23, 9, 9, 23, zemVADUndecided}, // frame 10 still trains
     };
     for (const Case& c : cases) {
         Rec<int32_t> r{};
@@ -276,9 +265,8 @@ TEST(VadAurora, RunRuleAndFlushHangover) {
         int32_t d = 0;
         ASSERT_EQ(zemsVADFlush_Aurora_32f(&d, asState(&r)), zemStatusOk);
         EXPECT_EQ(d, c.want) << c.frame << " " << int(c.ring[2]);
-        EXPECT_EQ(r.hangCount, c.wantHang);
-        EXPECT_EQ(r.shortHang, c.wantShort);
-        EXPECT_EQ(r.hangReload, c.wantReload);
+        EXPECT_TRUE(r.hangCount == c.wantHang && r.shortHang == c.wantShort && r.hangReload == c.wantReload)
+            << c.frame << ": " << r.hangCount << " " << r.shortHang << " " << r.hangReload;
         EXPECT_EQ(r.flushAnchor, 6);
     }
     // A fresh record: the first flush is undecided at once; the seventh meets the anchor.
@@ -312,38 +300,4 @@ TEST(VadAurora, ShortHangoverAndActivityCount) {
         EXPECT_EQ(d[22], zemVADNoise);
         EXPECT_EQ(r.hangCount, 0);
     }
-}
-
-TEST(VadAurora, CheckOrder) {
-    alignas(8) unsigned char rec[64];
-    std::vector<float> f(64, 1.0f);
-    int32_t out = 0;
-    struct A {
-        const float* src;
-        const float* spec;
-        int32_t* decision;
-        void* state;
-    };
-    using B = zemtest::Break<A>;
-    const std::vector<B> decide{{"src", [](A& a) { a.src = nullptr; }, zemStatusNullPointer},
-                                {"spectrum", [](A& a) { a.spec = nullptr; }, zemStatusNullPointer},
-                                {"decision", [](A& a) { a.decision = nullptr; }, zemStatusNullPointer},
-                                {"state", [](A& a) { a.state = nullptr; }, zemStatusNullPointer}};
-    const std::vector<zemtest::Region> regions{zemtest::region(rec, 64), zemtest::region(&out, 1)};
-    const A valid{f.data(), f.data(), &out, rec};
-    zemsVADInit_Aurora_32f(asState(rec));
-    zemtest::expectCheckOrder<A>("Decision_32f", valid, [](const A& a) {
-        return zemsVADDecision_Aurora_32f(a.src, a.spec, 0, a.decision, asState(a.state)); }, decide, regions);
-    zemtest::expectCheckOrder<A>("Decision_16s", valid, [](const A& a) {
-        return zemsVADDecision_Aurora_16s((const int16_t*)a.src, (const int16_t*)a.spec, 0, a.decision, asState(a.state)); },
-        decide, regions);
-    const std::vector<B> drain{{"decision", [](A& a) { a.decision = nullptr; }, zemStatusNullPointer},
-                               {"state", [](A& a) { a.state = nullptr; }, zemStatusNullPointer}};
-    zemtest::expectCheckOrder<A>("Flush_32f", valid, [](const A& a) { return zemsVADFlush_Aurora_32f(a.decision, asState(a.state)); }, drain, regions);
-    zemtest::expectCheckOrder<A>("Flush_16s", valid, [](const A& a) { return zemsVADFlush_Aurora_16s(a.decision, asState(a.state)); }, drain, regions);
-    const std::vector<B> one{{"state", [](A& a) { a.state = nullptr; a.decision = nullptr; }, zemStatusNullPointer}};
-    zemtest::expectCheckOrder<A>("Init_32f", valid, [](const A& a) { return zemsVADInit_Aurora_32f(asState(a.state)); }, one, regions);
-    zemtest::expectCheckOrder<A>("Init_16s", valid, [](const A& a) { return zemsVADInit_Aurora_16s(asState(a.state)); }, one, regions);
-    zemtest::expectCheckOrder<A>("Size_32f", valid, [](const A& a) { return zemsVADGetBufSize_Aurora_32f(a.decision); }, one, regions);
-    zemtest::expectCheckOrder<A>("Size_16s", valid, [](const A& a) { return zemsVADGetBufSize_Aurora_16s(a.decision); }, one, regions);
 }
