@@ -48,8 +48,10 @@ class Codebook:
         """A tree of up to `size` leaves grown from `vectors` (N, D) float32: the leaf of
         largest spread ("widest") or of most vectors ("fullest") is split next, and
         "list" keeps every training vector instead (a CdbkSizeWarning when size is not
-        N).  Fewer leaves come back, with a
-        zemsr.errors.CdbkSizeWarning, when no leaf can be split further."""
+        N).  Fewer leaves come back, with a zemsr.errors.CdbkSizeWarning, when no leaf
+        can be split further.  A split whose halves stay together (a leaf of many
+        identical vectors, as silent frames give) ends training with
+        zemsr.errors.BadArgError; "fullest" meets it more readily."""
         if split not in _HINTS:
             raise ValueError("split must be one of %s, not %r" % (", ".join(sorted(_HINTS)), split))
         return cls(vectors, weights, _train=(_size(size), split))
