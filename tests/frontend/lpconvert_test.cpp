@@ -51,135 +51,91 @@ std::vector<float> cepstralReference(const std::vector<float>& x) {
     return y;
 }
 
+// One argument set serves every conversion: a null src or dst break nulls the pointer of
+// either type, and each row lists its breaks in its export's check order.
+struct ConvArgs {
+    const float* src;
+    const Zem16s* s16;
+    float* dst;
+    Zem16s* d16;
+    Zem32s* d32;
+    const float* src2 = nullptr;
+    int n = 2;
+    float limit = 0.9f;
+    Zem32s* roots = nullptr;
+    int nGrid = 2, nBisect = 4, len = 3, order = 1;
+};
+
 TEST(LPConversions, CheckOrders) {
-    float src[8] = {0.5f, 0.1f}, src2[8] = {0.2f, 0.3f}, dst[8];
-    Zem16s s16[8] = {100, 20}, t16[8] = {50, 10}, d16[8];
-    Zem32s d32[8], roots;
-    struct P {
-        const float* src;
-        float* dst;
-        int n;
+    static const float src[8] = {0.5f, 0.2f}, src2[8] = {0.2f, 0.3f}, lspIn[8] = {-0.5f, 0.2f};
+    static const Zem16s s16[8] = {3000, 2000}, t16[8] = {50, 10};
+    static float dst[8];
+    static Zem16s d16[8];
+    static Zem32s d32[8], roots;
+    using B = Break<ConvArgs>;
+    using C = std::function<ZemStatus(const ConvArgs&)>;
+    const B srcNull{"src", [](ConvArgs& a) { a.src = nullptr, a.s16 = nullptr; }, zemStatusNullPointer};
+    const B dstNull{"dst", [](ConvArgs& a) { a.dst = nullptr, a.d16 = nullptr, a.d32 = nullptr; }, zemStatusNullPointer};
+    const B n0{"n", [](ConvArgs& a) { a.n = 0; }, zemStatusBadSize};
+    const B nMin{"n", [](ConvArgs& a) { a.n = INT32_MIN; }, zemStatusBadSize};
+    auto pair = [](ZemStatus (*fn)(const Zem32f*, Zem32f*, int)) { return C([fn](const ConvArgs& a) { return fn(a.src, a.dst, a.n); }); };
+    struct Row {
+        const char* name;
+        C call;
+        std::vector<B> breaks;
+        int validStatus = zemStatusOk;
     };
-    const std::vector<Break<P>> pair = {{"src", [](P& a) { a.src = nullptr; }, zemStatusNullPointer},
-                                        {"dst", [](P& a) { a.dst = nullptr; }, zemStatusNullPointer},
-                                        {"n", [](P& a) { a.n = 0; }, zemStatusBadSize}};
-    using Fn = ZemStatus (*)(const Zem32f*, Zem32f*, int);
-    for (Fn fn : {zemsLPToCepstrum_32f, zemsCepstrumToLP_32f, zemsLPToReflection_32f, zemsReflectionToLP_32f,
-                  zemsReflectionToAR_32f, zemsReflectionToTrueAR_32f})
-        zemtest::expectCheckOrder<P>("pair 32f", {src, dst, 2}, [fn](const P& a) { return fn(a.src, a.dst, a.n); },
-                                     pair, {zemtest::region(dst, 8)});
-    struct L {
-        const float* src;
-        float* dst;
-        int n;
-        float limit;
+    const std::vector<Row> rows{
+        {"LPToCepstrum_32f", pair(zemsLPToCepstrum_32f), {srcNull, dstNull, n0}},
+        {"CepstrumToLP_32f", pair(zemsCepstrumToLP_32f), {srcNull, dstNull, n0}},
+        {"LPToReflection_32f", pair(zemsLPToReflection_32f), {srcNull, dstNull, n0}},
+        {"ReflectionToLP_32f", pair(zemsReflectionToLP_32f), {srcNull, dstNull, n0}},
+        {"ReflectionToAR_32f", pair(zemsReflectionToAR_32f), {srcNull, dstNull, n0}},
+        {"ReflectionToTrueAR_32f", pair(zemsReflectionToTrueAR_32f), {srcNull, dstNull, n0}},
+        {"ReflectionToLAR_32f", [](const ConvArgs& a) { return zemsReflectionToLAR_32f(a.src, a.dst, a.n, a.limit); },
+         {srcNull, {"n", [](ConvArgs& a) { a.n = -1; }, zemStatusBadSize}, {"limit 1", [](ConvArgs& a) { a.limit = 1.0f; }, zemStatusOutOfRange}}},
+        // A limit of 0 is refused after the pointers.
+        {"ReflectionToLAR_32f limit 0", [](const ConvArgs& a) { return zemsReflectionToLAR_32f(a.src, a.dst, a.n, 0.0f); }, {dstNull}, zemStatusOutOfRange},
+        {"ReflectionToTilt_32f", [](const ConvArgs& a) { return zemsReflectionToTilt_32f(a.src, a.src2, a.dst, a.n); },
+         {{"src2", [](ConvArgs& a) { a.src2 = nullptr; }, zemStatusNullPointer}, n0}},
+        {"ReflectionToAbsTilt_32f", [](const ConvArgs& a) { return zemsReflectionToAbsTilt_32f(a.src, a.src2, a.dst, a.n); },
+         {{"src2", [](ConvArgs& a) { a.src2 = nullptr; }, zemStatusNullPointer}, n0}},
+        {"LPToCepstrum_16s", [](const ConvArgs& a) { return zemsLPToCepstrum_16s_Sfs(a.s16, a.d16, a.n, -12); }, {srcNull, dstNull, nMin}},
+        {"CepstrumToLP_16s", [](const ConvArgs& a) { return zemsCepstrumToLP_16s_Sfs(a.s16, a.d16, a.n, -12); }, {srcNull, dstNull, nMin}},
+        {"LPToReflection_16s", [](const ConvArgs& a) { return zemsLPToReflection_16s_Sfs(a.s16, a.d16, a.n, -12); }, {srcNull, dstNull, nMin}},
+        {"ReflectionToLP_16s", [](const ConvArgs& a) { return zemsReflectionToLP_16s_Sfs(a.s16, a.d16, a.n, -12); }, {srcNull, dstNull, nMin}},
+        {"ReflectionToAR_16s", [](const ConvArgs& a) { return zemsReflectionToAR_16s_Sfs(a.s16, -12, a.d16, a.n, -8); }, {srcNull, dstNull, nMin}},
+        {"ReflectionToTrueAR_16s", [](const ConvArgs& a) { return zemsReflectionToTrueAR_16s_Sfs(a.s16, -12, a.d16, a.n, -8); }, {srcNull, dstNull, nMin}},
+        {"ReflectionToLAR_16s", [](const ConvArgs& a) { return zemsReflectionToLAR_16s_Sfs(a.s16, -12, a.d16, a.n, 0.9f, -8); }, {srcNull, dstNull, nMin}},
+        {"ReflectionToTilt_16s", [](const ConvArgs& a) { return zemsReflectionToTilt_16s_Sfs(a.s16, t16, a.d16, a.n, -8); }, {srcNull, dstNull, nMin}},
+        {"ReflectionToAbsTilt_16s", [](const ConvArgs& a) { return zemsReflectionToAbsTilt_16s_Sfs(t16, a.s16, a.d16, a.n, -8); }, {srcNull, dstNull, nMin}},
+        {"LSPToLP_16s", [](const ConvArgs& a) { return zemsLSPToLP_16s_Sfs(a.s16, 15, a.d16, a.n, -12); }, {srcNull, dstNull, nMin}},
+        // The root search: one size test holds nGrid, nBisect and n <= nGrid.
+        {"LPToLSP_32f", [](const ConvArgs& a) { return zemsLPToLSP_32f(a.src ? lspIn : nullptr, a.dst, a.n, a.roots, a.nGrid, a.nBisect); },
+         {{"nRoots", [](ConvArgs& a) { a.roots = nullptr; }, zemStatusNullPointer},
+          {"n > nGrid", [](ConvArgs& a) { a.n = 3; }, zemStatusBadSize},
+          {"nBisect", [](ConvArgs& a) { a.nBisect = 0; }, zemStatusBadSize},
+          {"nGrid", [](ConvArgs& a) { a.nGrid = INT32_MIN; }, zemStatusBadSize}}, zemtest::kSkipValidCall},
+        {"LPToLSP_16s", [](const ConvArgs& a) { return zemsLPToLSP_16s_Sfs(a.s16, 12, a.d16, a.n, a.roots, a.nGrid + 6, a.nBisect, -15); },
+         {srcNull, {"nBisect", [](ConvArgs& a) { a.nBisect = -3; }, zemStatusBadSize},
+          {"n > nGrid", [](ConvArgs& a) { a.nGrid = -5; }, zemStatusBadSize}}, zemtest::kSkipValidCall},
+        // LSPs to LP: decreasing, strictly inside (-1, 1) in float.
+        {"LSPToLP_32f", pair(zemsLSPToLP_32f), {dstNull, n0, {"x[0] = 1", [](ConvArgs& a) { static const float x[2] = {1.0f, 0.2f}; a.src = x; }, zemStatusBadLsp},
+          {"rising", [](ConvArgs& a) { static const float x[2] = {0.1f, 0.2f}; a.src = x; }, zemStatusBadLsp},
+          {"last = -1", [](ConvArgs& a) { static const float x[2] = {0.1f, -1.0f}; a.src = x; }, zemStatusBadLsp}}},
+        // The spectrum: len against N = 2^(order+1).
+        {"LPToSpectrum_32f", [](const ConvArgs& a) { return zemsLPToSpectrum_32f(a.src, a.len, a.dst, a.order, 1.0f); },
+         {srcNull, {"len", [](ConvArgs& a) { a.len = 0; }, zemStatusBadSize}, {"len = N", [](ConvArgs& a) { a.len = 4; }, zemStatusBadSize},
+          {"order -1", [](ConvArgs& a) { a.order = -1; }, zemStatusBadSize}}},
+        {"LPToSpectrum_16s", [](const ConvArgs& a) { return zemsLPToSpectrum_16s_Sfs(a.s16, a.len, a.d32, a.order, 1, 0); },
+         {dstNull, {"len = N", [](ConvArgs& a) { a.len = 4; }, zemStatusBadSize}, {"order", [](ConvArgs& a) { a.order = INT32_MIN; }, zemStatusBadSize}}},
     };
-    zemtest::expectCheckOrder<L>(
-        "LAR", {src, dst, 2, 0.9f}, [](const L& a) { return zemsReflectionToLAR_32f(a.src, a.dst, a.n, a.limit); },
-        {{"src", [](L& a) { a.src = nullptr; }, zemStatusNullPointer},
-         {"n", [](L& a) { a.n = -1; }, zemStatusBadSize},
-         {"limit 1", [](L& a) { a.limit = 1.0f; }, zemStatusOutOfRange}},
-        {zemtest::region(dst, 8)});
-    zemtest::expectCheckOrder<L>(
-        "LAR limit 0", {src, dst, 2, 0.0f}, [](const L& a) { return zemsReflectionToLAR_32f(a.src, a.dst, a.n, a.limit); },
-        {{"dst", [](L& a) { a.dst = nullptr; }, zemStatusNullPointer}}, {zemtest::region(dst, 8)}, zemStatusOutOfRange);
-    struct T {
-        const float* a;
-        const float* b;
-        float* dst;
-        int n;
-    };
-    for (auto fn : {zemsReflectionToTilt_32f, zemsReflectionToAbsTilt_32f})
-        zemtest::expectCheckOrder<T>("tilt", {src, src2, dst, 2}, [fn](const T& a) { return fn(a.a, a.b, a.dst, a.n); },
-                                     {{"src2", [](T& a) { a.b = nullptr; }, zemStatusNullPointer},
-                                      {"n", [](T& a) { a.n = 0; }, zemStatusBadSize}},
-                                     {zemtest::region(dst, 8)});
-    // 16-bit forms: one table over every signature.
-    struct S {
-        const Zem16s* src;
-        Zem16s* dst;
-        int n;
-    };
-    const std::vector<std::function<ZemStatus(const S&)>> forms16 = {
-        [](const S& a) { return zemsLPToCepstrum_16s_Sfs(a.src, a.dst, a.n, -12); },
-        [](const S& a) { return zemsCepstrumToLP_16s_Sfs(a.src, a.dst, a.n, -12); },
-        [](const S& a) { return zemsLPToReflection_16s_Sfs(a.src, a.dst, a.n, -12); },
-        [](const S& a) { return zemsReflectionToLP_16s_Sfs(a.src, a.dst, a.n, -12); },
-        [](const S& a) { return zemsReflectionToAR_16s_Sfs(a.src, -12, a.dst, a.n, -8); },
-        [](const S& a) { return zemsReflectionToTrueAR_16s_Sfs(a.src, -12, a.dst, a.n, -8); },
-        [](const S& a) { return zemsReflectionToLAR_16s_Sfs(a.src, -12, a.dst, a.n, 0.9f, -8); },
-        [&](const S& a) { return zemsReflectionToTilt_16s_Sfs(a.src, t16, a.dst, a.n, -8); },
-        [&](const S& a) { return zemsReflectionToAbsTilt_16s_Sfs(t16, a.src, a.dst, a.n, -8); },
-        [](const S& a) { return zemsLSPToLP_16s_Sfs(a.src, 15, a.dst, a.n, -12); },
-    };
-    s16[0] = 3000, s16[1] = 2000;
-    for (const auto& fn : forms16)
-        zemtest::expectCheckOrder<S>("16s", {s16, d16, 2}, fn,
-                                     {{"src", [](S& a) { a.src = nullptr; }, zemStatusNullPointer},
-                                      {"dst", [](S& a) { a.dst = nullptr; }, zemStatusNullPointer},
-                                      {"n", [](S& a) { a.n = INT32_MIN; }, zemStatusBadSize}},
-                                     {zemtest::region(d16, 8)});
-    // LSP search: one size test holding nGrid, nBisect and n <= nGrid.
-    struct G {
-        const float* src;
-        float* dst;
-        int n;
-        Zem32s* nRoots;
-        int nGrid, nBisect;
-    };
-    src[0] = -0.5f, src[1] = 0.2f;
-    zemtest::expectCheckOrder<G>(
-        "LPToLSP", {src, dst, 2, &roots, 2, 4},
-        [](const G& a) { return zemsLPToLSP_32f(a.src, a.dst, a.n, a.nRoots, a.nGrid, a.nBisect); },
-        {{"nRoots", [](G& a) { a.nRoots = nullptr; }, zemStatusNullPointer},
-         {"n > nGrid", [](G& a) { a.n = 3; }, zemStatusBadSize},
-         {"nBisect", [](G& a) { a.nBisect = 0; }, zemStatusBadSize},
-         {"nGrid", [](G& a) { a.nGrid = INT32_MIN; }, zemStatusBadSize}},
-        {zemtest::region(dst, 8), zemtest::region(&roots, 1)}, zemtest::kSkipValidCall);
-    struct G16 {
-        const Zem16s* src;
-        Zem16s* dst;
-        int n;
-        Zem32s* nRoots;
-        int nGrid, nBisect;
-    };
-    zemtest::expectCheckOrder<G16>(
-        "LPToLSP 16s", {s16, d16, 2, &roots, 8, 4},
-        [](const G16& a) { return zemsLPToLSP_16s_Sfs(a.src, 12, a.dst, a.n, a.nRoots, a.nGrid, a.nBisect, -15); },
-        {{"src", [](G16& a) { a.src = nullptr; }, zemStatusNullPointer},
-         {"nBisect", [](G16& a) { a.nBisect = -3; }, zemStatusBadSize},
-         {"n > nGrid", [](G16& a) { a.nGrid = 1; }, zemStatusBadSize}},
-        {zemtest::region(d16, 8), zemtest::region(&roots, 1)}, zemtest::kSkipValidCall);
-    // LSP to LP: decreasing, strictly inside (-1, 1) in float.
-    src[0] = 0.5f, src[1] = 0.2f;
-    zemtest::expectCheckOrder<P>("LSPToLP", {src, dst, 2}, [](const P& a) { return zemsLSPToLP_32f(a.src, a.dst, a.n); },
-                                 {{"dst", [](P& a) { a.dst = nullptr; }, zemStatusNullPointer},
-                                  {"n", [](P& a) { a.n = 0; }, zemStatusBadSize},
-                                  {"x[0] = 1", [](P& a) { static const float x[2] = {1.0f, 0.2f}; a.src = x; }, zemStatusBadLsp},
-                                  {"rising", [](P& a) { static const float x[2] = {0.1f, 0.2f}; a.src = x; }, zemStatusBadLsp},
-                                  {"last = -1", [](P& a) { static const float x[2] = {0.1f, -1.0f}; a.src = x; }, zemStatusBadLsp}},
-                                 {zemtest::region(dst, 8)});
-    // Spectrum: len against N = 2^(order+1).
-    struct Sp {
-        const float* src;
-        int len;
-        float* dst;
-        int order;
-    };
-    zemtest::expectCheckOrder<Sp>(
-        "LPToSpectrum", {src, 3, dst, 1}, [](const Sp& a) { return zemsLPToSpectrum_32f(a.src, a.len, a.dst, a.order, 1.0f); },
-        {{"src", [](Sp& a) { a.src = nullptr; }, zemStatusNullPointer},
-         {"len", [](Sp& a) { a.len = 0; }, zemStatusBadSize},
-         {"len = N", [](Sp& a) { a.len = 4; }, zemStatusBadSize},
-         {"order -1", [](Sp& a) { a.order = -1; }, zemStatusBadSize}},
-        {zemtest::region(dst, 8)});
-    zemtest::expectCheckOrder<Sp>(
-        "LPToSpectrum 16s", {src, 3, dst, 1},
-        [&](const Sp& a) { return zemsLPToSpectrum_16s_Sfs(a.src ? s16 : nullptr, a.len, a.dst ? d32 : nullptr, a.order, 1, 0); },
-        {{"dst", [](Sp& a) { a.dst = nullptr; }, zemStatusNullPointer},
-         {"len = N", [](Sp& a) { a.len = 4; }, zemStatusBadSize},
-         {"order", [](Sp& a) { a.order = INT32_MIN; }, zemStatusBadSize}},
-        {zemtest::region(d32, 8)});
+    ConvArgs valid{src, s16, dst, d16, d32};
+    valid.src2 = src2, valid.roots = &roots;
+    for (const Row& r : rows)
+        zemtest::expectCheckOrder<ConvArgs>(r.name, valid, r.call, r.breaks,
+                                            {zemtest::region(dst, 8), zemtest::region(d16, 8), zemtest::region(d32, 8), zemtest::region(&roots, 1)},
+                                            r.validStatus);
 }
 
 TEST(LPConversions, CepstrumRecursions) {

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 #include "check_order.h"
@@ -87,100 +88,72 @@ Best lspeReference(const std::vector<float>& x, int maxP, int minP) {
     return {bestR, period};
 }
 
+// One argument set for every pitch export; pointers are chosen by flags so that one break
+// serves every element type.
+struct PitchArgs {
+    int len, maxP = 40, minP = 20;
+    bool nullSrc = false, nullOut = false, nullPeriod = false, negative = false;
+    int minLen = 8, step = 2;
+    float energy = 1.0f;
+};
+
 TEST(Pitch, CheckOrders) {
-    std::vector<float> f(2000, 1.0f);
-    std::vector<Zem32s> i32(2000, 5);
-    std::vector<Zem16s> i16(2000, 7);
-    float pf, out[8];
-    Zem16s p16;
-    Zem32s period;
-    struct A {
-        int len, maxP, minP;
-        bool nullSrc = false, nullOut = false, nullPeriod = false, negative = false;
+    static std::vector<float> f(2000, 1.0f);
+    static std::vector<Zem32s> i32(2000, 5);
+    static std::vector<Zem16s> i16(2000, 7);
+    static float pf, out[8];
+    static Zem16s p16;
+    static Zem32s period;
+    using B = Break<PitchArgs>;
+    using C = std::function<ZemStatus(const PitchArgs&)>;
+    const B srcNull{"src", [](PitchArgs& a) { a.nullSrc = true; }, zemStatusNullPointer};
+    const B outNull{"out", [](PitchArgs& a) { a.nullOut = true; }, zemStatusNullPointer};
+    const B len0{"len", [](PitchArgs& a) { a.len = 0; }, zemStatusBadSize};
+    const B lenIsMax{"len = max", [](PitchArgs& a) { a.len = a.maxP; }, zemStatusSizeTooLarge};
+    const std::vector<B> comb{{"period", [](PitchArgs& a) { a.nullPeriod = true; }, zemStatusNullPointer},
+                              {"min 0", [](PitchArgs& a) { a.minP = 0; }, zemStatusOutOfRange},
+                              {"max = min", [](PitchArgs& a) { a.maxP = a.minP; }, zemStatusOutOfRange},
+                              lenIsMax,
+                              {"len 4097", [](PitchArgs& a) { a.len = 4097; }, zemStatusSizeTooLarge},
+                              {"negative", [](PitchArgs& a) { a.negative = true; }, zemStatusOutOfRange}};
+    const std::vector<B> lspe{srcNull, {"min 5", [](PitchArgs& a) { a.minP = 5; }, zemStatusOutOfRange}, lenIsMax,
+                              {"len > 16 min", [](PitchArgs& a) { a.len = 16 * a.minP + 1; }, zemStatusSizeTooLarge},
+                              {"len 1025", [](PitchArgs& a) { a.len = 1025; }, zemStatusSizeTooLarge}};
+    const std::vector<B> corr{srcNull, outNull, len0};
+    std::vector<B> partial = corr;
+    partial.push_back({"energy 0", [](PitchArgs& a) { a.energy = 0.0f; }, zemStatusOutOfRange});
+    auto src = [](const PitchArgs& a, auto& v) { return a.nullSrc ? nullptr : v.data(); };
+    auto dst = [](const PitchArgs& a) { return a.nullOut ? nullptr : out; };
+    auto per = [](const PitchArgs& a) { return a.nullPeriod ? nullptr : &period; };
+    const PitchArgs combValid{100}, lspeValid{160}, corrValid{16}, marksValid{4};
+    const std::vector<std::tuple<const char*, PitchArgs, C, std::vector<B>, int>> rows{
+        {"Periodicity_32f", combValid, [&](const PitchArgs& a) {
+             f[3] = a.negative ? -1.0f : 1.0f;
+             return zemsPeriodicity_32f(src(a, f), a.len, a.nullOut ? nullptr : &pf, per(a), a.maxP, a.minP); }, comb, zemStatusOk},
+        {"Periodicity_32s16s", combValid, [&](const PitchArgs& a) {
+             i32[3] = a.negative ? -1 : 5;
+             return zemsPeriodicity_32s16s(src(a, i32), a.len, a.nullOut ? nullptr : &p16, per(a), a.maxP, a.minP); }, comb, zemStatusOk},
+        {"PeriodicityLSPE_32f", lspeValid, [&](const PitchArgs& a) { return zemsPeriodicityLSPE_32f(src(a, f), a.len, &pf, &period, a.maxP, a.minP); }, lspe, zemStatusOk},
+        {"PeriodicityLSPE_16s", lspeValid, [&](const PitchArgs& a) { return zemsPeriodicityLSPE_16s(src(a, i16), a.len, &p16, &period, a.maxP, a.minP); }, lspe, zemStatusOk},
+        // Cross-correlation and pitch marks: null, then sizes, then values.
+        {"CrossCorrCoeff", corrValid, [&](const PitchArgs& a) { return zemsCrossCorrCoeff_16s32f(src(a, i16), i16.data(), a.len, dst(a)); }, corr, zemStatusOk},
+        {"CrossCorrCoeffPartial", corrValid, [&](const PitchArgs& a) {
+             return zemsCrossCorrCoeffPartial_16s32f(src(a, i16), i16.data(), a.len, a.energy, dst(a)); }, partial, zemStatusOk},
+        {"CrossCorrCoeffInterpolation", corrValid, [&](const PitchArgs& a) {
+             return zemsCrossCorrCoeffInterpolation_16s32f(src(a, i16), i16.data(), a.len, dst(a), a.nullOut ? nullptr : out + 1); },
+         corr, zemtest::kSkipValidCall},
+        {"CrossCorrCoeffDecim", corrValid, [&](const PitchArgs& a) {
+             return zemsCrossCorrCoeffDecim_16s32f(src(a, i16), i16.data(), a.len, a.minLen, dst(a), a.step); },
+         {outNull, {"minLen", [](PitchArgs& a) { a.minLen = 0; }, zemStatusBadSize}, {"step", [](PitchArgs& a) { a.step = -1; }, zemStatusBadSize},
+          {"maxLen < minLen", [](PitchArgs& a) { a.len = 7; }, zemStatusBadSize}}, zemStatusOk},
+        {"PitchmarkToF0Cand_16s", corrValid, [&](const PitchArgs& a) {
+             return zemsPitchmarkToF0Cand_16s_Sfs(src(a, i16), reinterpret_cast<Zem16s*>(dst(a)), a.len, 0); }, corr, zemtest::kSkipValidCall},
+        {"PitchmarkToF0Cand_32f", marksValid, [&](const PitchArgs& a) { return zemsPitchmarkToF0Cand_32f(f.data(), dst(a), a.len); },
+         {outNull, {"len", [](PitchArgs& a) { a.len = -7; }, zemStatusBadSize}}, zemtest::kSkipValidCall},
     };
-    const std::vector<Break<A>> comb = {{"period", [](A& a) { a.nullPeriod = true; }, zemStatusNullPointer},
-                                        {"min 0", [](A& a) { a.minP = 0; }, zemStatusOutOfRange},
-                                        {"max = min", [](A& a) { a.maxP = a.minP; }, zemStatusOutOfRange},
-                                        {"len = max", [](A& a) { a.len = a.maxP; }, zemStatusSizeTooLarge},
-                                        {"len 4097", [](A& a) { a.len = 4097; }, zemStatusSizeTooLarge},
-                                        {"negative", [](A& a) { a.negative = true; }, zemStatusOutOfRange}};
-    auto combCall = [&](const A& a) {
-        f[3] = a.negative ? -1.0f : 1.0f;
-        return zemsPeriodicity_32f(a.nullSrc ? nullptr : f.data(), a.len, a.nullOut ? nullptr : &pf,
-                                   a.nullPeriod ? nullptr : &period, a.maxP, a.minP);
-    };
-    zemtest::expectCheckOrder<A>("Periodicity_32f", {100, 40, 20}, combCall, comb,
-                                 {zemtest::region(&pf, 1), zemtest::region(&period, 1)});
-    auto combCall32 = [&](const A& a) {
-        i32[3] = a.negative ? -1 : 5;
-        return zemsPeriodicity_32s16s(a.nullSrc ? nullptr : i32.data(), a.len, a.nullOut ? nullptr : &p16,
-                                      a.nullPeriod ? nullptr : &period, a.maxP, a.minP);
-    };
-    zemtest::expectCheckOrder<A>("Periodicity_32s16s", {100, 40, 20}, combCall32, comb,
-                                 {zemtest::region(&p16, 1), zemtest::region(&period, 1)});
-    const std::vector<Break<A>> lspe = {{"src", [](A& a) { a.nullSrc = true; }, zemStatusNullPointer},
-                                        {"min 5", [](A& a) { a.minP = 5; }, zemStatusOutOfRange},
-                                        {"len = max", [](A& a) { a.len = a.maxP; }, zemStatusSizeTooLarge},
-                                        {"len > 16 min", [](A& a) { a.len = 16 * a.minP + 1; }, zemStatusSizeTooLarge},
-                                        {"len 1025", [](A& a) { a.len = 1025; }, zemStatusSizeTooLarge}};
-    zemtest::expectCheckOrder<A>(
-        "LSPE_32f", {160, 40, 20},
-        [&](const A& a) {
-            return zemsPeriodicityLSPE_32f(a.nullSrc ? nullptr : f.data(), a.len, &pf, &period, a.maxP, a.minP);
-        },
-        lspe, {zemtest::region(&pf, 1), zemtest::region(&period, 1)});
-    zemtest::expectCheckOrder<A>(
-        "LSPE_16s", {160, 40, 20},
-        [&](const A& a) {
-            return zemsPeriodicityLSPE_16s(a.nullSrc ? nullptr : i16.data(), a.len, &p16, &period, a.maxP, a.minP);
-        },
-        lspe, {zemtest::region(&p16, 1), zemtest::region(&period, 1)});
-    // Cross-correlation and pitch marks: null, then sizes, then values.
-    struct C {
-        const Zem16s* a;
-        int len, minLen, step;
-        float energy;
-        float* out;
-    };
-    const std::vector<Break<C>> corr = {{"src", [](C& c) { c.a = nullptr; }, zemStatusNullPointer},
-                                        {"out", [](C& c) { c.out = nullptr; }, zemStatusNullPointer},
-                                        {"len", [](C& c) { c.len = 0; }, zemStatusBadSize}};
-    const C c0{i16.data(), 16, 8, 2, 1.0f, out};
-    zemtest::expectCheckOrder<C>("CrossCorrCoeff", c0,
-                                 [&](const C& c) { return zemsCrossCorrCoeff_16s32f(c.a, i16.data(), c.len, c.out); },
-                                 corr, {zemtest::region(out, 8)});
-    auto withEnergy = corr;
-    withEnergy.push_back({"energy 0", [](C& c) { c.energy = 0.0f; }, zemStatusOutOfRange});
-    zemtest::expectCheckOrder<C>(
-        "CrossCorrCoeffPartial", c0,
-        [&](const C& c) { return zemsCrossCorrCoeffPartial_16s32f(c.a, i16.data(), c.len, c.energy, c.out); },
-        withEnergy, {zemtest::region(out, 8)});
-    zemtest::expectCheckOrder<C>(
-        "CrossCorrCoeffInterpolation", c0,
-        [&](const C& c) { return zemsCrossCorrCoeffInterpolation_16s32f(c.a, i16.data(), c.len, c.out, c.out ? c.out + 1 : nullptr); },
-        corr, {zemtest::region(out, 8)}, zemtest::kSkipValidCall);
-    zemtest::expectCheckOrder<C>(
-        "CrossCorrCoeffDecim", c0,
-        [&](const C& c) { return zemsCrossCorrCoeffDecim_16s32f(c.a, i16.data(), c.len, c.minLen, c.out, c.step); },
-        {{"dst", [](C& c) { c.out = nullptr; }, zemStatusNullPointer},
-         {"minLen", [](C& c) { c.minLen = 0; }, zemStatusBadSize},
-         {"step", [](C& c) { c.step = -1; }, zemStatusBadSize},
-         {"maxLen < minLen", [](C& c) { c.len = 7; }, zemStatusBadSize}},
-        {zemtest::region(out, 8)});
-    zemtest::expectCheckOrder<C>(
-        "PitchmarkToF0Cand_16s", c0,
-        [&](const C& c) { return zemsPitchmarkToF0Cand_16s_Sfs(c.a, reinterpret_cast<Zem16s*>(c.out), c.len, 0); },
-        corr, {zemtest::region(out, 8)}, zemtest::kSkipValidCall);
-    struct M {
-        const float* src;
-        float* dst;
-        int len;
-    };
-    zemtest::expectCheckOrder<M>("PitchmarkToF0Cand_32f", {f.data(), out, 4},
-                                 [](const M& m) { return zemsPitchmarkToF0Cand_32f(m.src, m.dst, m.len); },
-                                 {{"dst", [](M& m) { m.dst = nullptr; }, zemStatusNullPointer},
-                                  {"len", [](M& m) { m.len = -7; }, zemStatusBadSize}},
-                                 {zemtest::region(out, 8)}, zemtest::kSkipValidCall);
+    for (const auto& [name, valid, call, breaks, validStatus] : rows)
+        zemtest::expectCheckOrder<PitchArgs>(name, valid, call, breaks, {zemtest::region(&pf, 1), zemtest::region(&p16, 1),
+                                             zemtest::region(&period, 1), zemtest::region(out, 8)}, validStatus);
 }
 
 TEST(Pitch, CombPeriodicity) {
