@@ -204,10 +204,6 @@ TEST(FilterBank, EmptyBanksCentresAndChecks) {
     Zem32s order = 0;
     ASSERT_EQ(zemsEmptyFBankInitAlloc_32f(&st, &order, 3, 2, 5), zemStatusOk);
     EXPECT_EQ(order, 2);  // frameLen 3: N = 4
-    Zem32s c[4];
-    float v[8] = {};
-    EXPECT_EQ(zemsFBankGetCenters_32f(st, c), zemStatusBadFBank);
-    EXPECT_EQ(zemsEvalFBank_32f(v, v, st), zemStatusBadFBank);
     const Zem32s bad[4] = {-1, 0, 1, 2}, tooFar[4] = {0, 1, 2, 3}, good[4] = {0, 1, 1, 2};
     EXPECT_EQ(zemsFBankSetCenters_32f(st, bad), zemStatusBadFBank);
     EXPECT_EQ(zemsFBankSetCenters_32f(st, tooFar), zemStatusBadFBank);
@@ -242,7 +238,6 @@ TEST(FilterBank, EmptyBanksCentresAndChecks) {
     ASSERT_EQ(zemsMelToLinear_32f(mels, lin, 2, 1127.0f, 700.0f), zemStatusOk);
     ASSERT_EQ(zemsLinearToMel_32f(lin, back, 2, 1127.0f, 700.0f), zemStatusOk);
     EXPECT_NEAR(back[1], 1000.0f, 1e-3);
-    EXPECT_EQ(zemsLinearToMel_32f(mels, back, 2, 0.0f, 700.0f), zemStatusBadSize);
 }
 
 namespace {
