@@ -98,73 +98,50 @@ TEST(ConditioningChecks, OrderTable) {
                                             region(&b.iResult, 1), region(&b.dOut, 1)};
     };
     using C = std::function<ZemStatus(const A&)>;
-    auto row = [&](const char* name, C call, std::vector<Break<A>> breaks, int validStatus = zemStatusOk) {
-        expectCheckOrder<A>(name, v, call, breaks, outs(), validStatus);
+    auto row = [&](const std::string& name, C call, std::vector<Break<A>> breaks, int validStatus = zemStatusOk) {
+        expectCheckOrder<A>(name.c_str(), v, call, breaks, outs(), validStatus);
     };
+    // A row: the export, its arguments from the set, its breaks in check order (and the valid
+    // call's status when it is a warning).
+#define ROW(fn, args, ...) row(#fn, [&](const A& a) { return fn args; }, __VA_ARGS__)
+#define ROWAS(what, fn, args, ...) row(#fn " " what, [&](const A& a) { return fn args; }, __VA_ARGS__)
     const std::vector<Break<A>> inPlace16 = {NULLS(so), kLen0};
     const std::vector<Break<A>> inPlace32 = {NULLS(fo), kLen0};
 
     // Size before null: the one export of the family that tests them the other way round.
-    row("zemsZeroMean_16s", [](const A& a) { return zemsZeroMean_16s(a.so, a.len); },
-        {kLen0, NULLS(so)});
+    ROW(zemsZeroMean_16s, (a.so, a.len), {kLen0, NULLS(so)});
 
-    row("zemsCompensateOffset_32f",
-        [](const A& a) { return zemsCompensateOffset_32f(a.f, a.fo, a.len, a.fPrev, 0.5f, 0.9f); },
-        {NULLS(f), NULLS(fo), NULLS(fPrev), kLen0});
-    row("zemsCompensateOffset_32f_I",
-        [](const A& a) { return zemsCompensateOffset_32f_I(a.fo, a.len, a.fPrev, 0.5f, 0.9f); },
-        {NULLS(fo), NULLS(fPrev), kLen0});
-    row("zemsCompensateOffset_16s",
-        [](const A& a) { return zemsCompensateOffset_16s(a.s, a.so, a.len, a.sPrev, 3, 0.9f); },
-        {NULLS(s), NULLS(so), NULLS(sPrev), kLen0});
-    row("zemsCompensateOffset_16s_I",
-        [](const A& a) { return zemsCompensateOffset_16s_I(a.so, a.len, a.sPrev, 3, 0.9f); },
-        {NULLS(so), NULLS(sPrev), kLen0});
+    ROW(zemsCompensateOffset_32f, (a.f, a.fo, a.len, a.fPrev, 0.5f, 0.9f), {NULLS(f), NULLS(fo), NULLS(fPrev), kLen0});
+    ROW(zemsCompensateOffset_32f_I, (a.fo, a.len, a.fPrev, 0.5f, 0.9f), {NULLS(fo), NULLS(fPrev), kLen0});
+    ROW(zemsCompensateOffset_16s, (a.s, a.so, a.len, a.sPrev, 3, 0.9f), {NULLS(s), NULLS(so), NULLS(sPrev), kLen0});
+    ROW(zemsCompensateOffset_16s_I, (a.so, a.len, a.sPrev, 3, 0.9f), {NULLS(so), NULLS(sPrev), kLen0});
     const Break<A> len65536 = brk("len 65536", [](A& a) { a.len = 65536; }, kSize);
     const Break<A> q15Neg = brk("val < 0", [](A& a) { a.q15 = -1; }, kArg);
-    row("zemsCompensateOffsetQ15_16s",
-        [](const A& a) { return zemsCompensateOffsetQ15_16s(a.s, a.so, a.len, a.sPrev, 3, a.q15); },
+    ROW(zemsCompensateOffsetQ15_16s, (a.s, a.so, a.len, a.sPrev, 3, a.q15),
         {NULLS(s), NULLS(so), NULLS(sPrev), kLen0, q15Neg});
-    row("zemsCompensateOffsetQ15_16s (long)",
-        [](const A& a) { return zemsCompensateOffsetQ15_16s(a.s, a.so, a.len, a.sPrev, 3, a.q15); },
-        {NULLS(s), len65536, q15Neg});
-    row("zemsCompensateOffsetQ15_16s_I",
-        [](const A& a) { return zemsCompensateOffsetQ15_16s_I(a.so, a.len, a.sPrev, 3, a.q15); },
-        {NULLS(so), NULLS(sPrev), len65536, q15Neg});
+    ROWAS("(long)", zemsCompensateOffsetQ15_16s, (a.s, a.so, a.len, a.sPrev, 3, a.q15), {NULLS(s), len65536, q15Neg});
+    ROW(zemsCompensateOffsetQ15_16s_I, (a.so, a.len, a.sPrev, 3, a.q15), {NULLS(so), NULLS(sPrev), len65536, q15Neg});
 
     const Break<A> step0 = brk("step 0", [](A& a) { a.step = 0; }, kSize);
-    row("zemsNormEnergy_32f", [](const A& a) { return zemsNormEnergy_32f(a.fo, a.step, a.len, 30.0f, 0.1f); },
-        {NULLS(fo), step0, kLen0});
-    row("zemsNormEnergy_RT_32f",
-        [](const A& a) { return zemsNormEnergy_RT_32f(a.fo, a.step, a.len, 30.0f, 5.0f, 0.1f); },
-        {NULLS(fo), kLenMin, step0});
-    row("zemsNormEnergy_16s", [](const A& a) { return zemsNormEnergy_16s(a.so, a.step, a.len, 30, 100, 0.5f); },
-        {NULLS(so), step0, kLen0});
-    row("zemsNormEnergy_RT_16s",
-        [](const A& a) { return zemsNormEnergy_RT_16s(a.so, a.step, a.len, 30, 50, 100, 0.5f); },
-        {NULLS(so), kLen0, step0});
+    ROW(zemsNormEnergy_32f, (a.fo, a.step, a.len, 30.0f, 0.1f), {NULLS(fo), step0, kLen0});
+    ROW(zemsNormEnergy_RT_32f, (a.fo, a.step, a.len, 30.0f, 5.0f, 0.1f), {NULLS(fo), kLenMin, step0});
+    ROW(zemsNormEnergy_16s, (a.so, a.step, a.len, 30, 100, 0.5f), {NULLS(so), step0, kLen0});
+    ROW(zemsNormEnergy_RT_16s, (a.so, a.step, a.len, 30, 50, 100, 0.5f), {NULLS(so), kLen0, step0});
 
     const std::vector<Break<A>> rateF = {NULLS(f), NULLS(fResult), kLen0};
     const std::vector<Break<A>> rateS = {NULLS(s), NULLS(iResult), kLen0};
-    row("zemsSignChangeRate_32f", [](const A& a) { return zemsSignChangeRate_32f(a.f, a.len, a.fResult); }, rateF);
-    row("zemsSignChangeRate_Count0_32f",
-        [](const A& a) { return zemsSignChangeRate_Count0_32f(a.f, a.len, a.fResult); }, rateF);
-    row("zemsSignChangeRate_16s", [](const A& a) { return zemsSignChangeRate_16s(a.s, a.len, a.iResult); }, rateS);
-    row("zemsSignChangeRate_Count0_16s",
-        [](const A& a) { return zemsSignChangeRate_Count0_16s(a.s, a.len, a.iResult); }, rateS);
-    row("zemsSignChangeRateXor_32f", [](const A& a) { return zemsSignChangeRateXor_32f(a.f, a.len, a.iResult); },
-        {NULLS(f), NULLS(iResult), kLen0});
-    row("zemsEntropy_32f", [](const A& a) { return zemsEntropy_32f(a.f, a.len, a.fResult); }, rateF,
-        zemStatusLogNegativeWarning);
-    row("zemsEntropy_16s32s_Sfs", [](const A& a) { return zemsEntropy_16s32s_Sfs(a.s, 2, a.len, a.iResult, 0); },
-        rateS, zemStatusLogNegativeWarning);
+    ROW(zemsSignChangeRate_32f, (a.f, a.len, a.fResult), rateF);
+    ROW(zemsSignChangeRate_Count0_32f, (a.f, a.len, a.fResult), rateF);
+    ROW(zemsSignChangeRate_16s, (a.s, a.len, a.iResult), rateS);
+    ROW(zemsSignChangeRate_Count0_16s, (a.s, a.len, a.iResult), rateS);
+    ROW(zemsSignChangeRateXor_32f, (a.f, a.len, a.iResult), {NULLS(f), NULLS(iResult), kLen0});
+    ROW(zemsEntropy_32f, (a.f, a.len, a.fResult), rateF, zemStatusLogNegativeWarning);
+    ROW(zemsEntropy_16s32s_Sfs, (a.s, 2, a.len, a.iResult, 0), rateS, zemStatusLogNegativeWarning);
 
     const Break<A> dstShort = brk("dstLen < srcLen", [](A& a) { a.len2 = a.len - 1; }, kSize);
     const Break<A> dstLen0 = brk("dstLen 0", [](A& a) { a.len2 = 0; }, kSize);
-    row("zemsCopyWithPadding_32f", [](const A& a) { return zemsCopyWithPadding_32f(a.f, a.len, a.fo, a.len2); },
-        {NULLS(f), NULLS(fo), kLen0, dstLen0});
-    row("zemsCopyWithPadding_16s", [](const A& a) { return zemsCopyWithPadding_16s(a.s, a.len, a.so, a.len2); },
-        {NULLS(s), NULLS(so), dstShort});
+    ROW(zemsCopyWithPadding_32f, (a.f, a.len, a.fo, a.len2), {NULLS(f), NULLS(fo), kLen0, dstLen0});
+    ROW(zemsCopyWithPadding_16s, (a.s, a.len, a.so, a.len2), {NULLS(s), NULLS(so), dstShort});
 
     // Range normalisation: null, size, then the ratio group, then the upper/range/bounds group.
     const Break<A> rangeNegF = brk("range < 0", [](A& a) { a.range = -1.0f; }, kArg);
@@ -173,77 +150,42 @@ TEST(ConditioningChecks, OrderTable) {
     const Break<A> minAboveS = brk("minVal > maxVal", [](A& a) { a.minS = 80; }, kArg);
     auto u8 = [](const A& a) { return static_cast<Zem8u>(a.rangeInt); };
     auto s16 = [](const A& a) { return static_cast<Zem16s>(a.rangeInt); };
-    row("zemsNormalizeInRange_32f",
-        [](const A& a) { return zemsNormalizeInRange_32f(a.f, a.fo, a.len, a.lower, a.upper, a.range); },
+    ROW(zemsNormalizeInRange_32f, (a.f, a.fo, a.len, a.lower, a.upper, a.range),
         {NULLS(f), NULLS(fo), kLen0, kLowerNeg, kUpperAbove1});
-    row("zemsNormalizeInRange_32f (range)",
-        [](const A& a) { return zemsNormalizeInRange_32f(a.f, a.fo, a.len, a.lower, a.upper, a.range); },
-        {kLowerAbove, rangeNegF});
-    row("zemsNormalizeInRange_32f16s",
-        [&](const A& a) { return zemsNormalizeInRange_32f16s(a.f, a.so, a.len, a.lower, a.upper, s16(a)); },
+    ROWAS("(range)", zemsNormalizeInRange_32f, (a.f, a.fo, a.len, a.lower, a.upper, a.range), {kLowerAbove, rangeNegF});
+    ROW(zemsNormalizeInRange_32f16s, (a.f, a.so, a.len, a.lower, a.upper, s16(a)),
         {NULLS(f), NULLS(so), kLen0, kLowerAbove, rangeNegS});
-    row("zemsNormalizeInRange_32f8u",
-        [&](const A& a) { return zemsNormalizeInRange_32f8u(a.f, a.u, a.len, a.lower, a.upper, u8(a)); },
+    ROW(zemsNormalizeInRange_32f8u, (a.f, a.u, a.len, a.lower, a.upper, u8(a)),
         {NULLS(f), NULLS(u), kLen0, kLowerNeg, kUpperAbove1});
-    row("zemsNormalizeInRange_16s",
-        [&](const A& a) { return zemsNormalizeInRange_16s(a.s, a.so, a.len, a.lower, a.upper, s16(a)); },
+    ROW(zemsNormalizeInRange_16s, (a.s, a.so, a.len, a.lower, a.upper, s16(a)),
         {NULLS(s), NULLS(so), kLen0, kLowerAbove, rangeNegS});
-    row("zemsNormalizeInRange_16s8u",
-        [&](const A& a) { return zemsNormalizeInRange_16s8u(a.s, a.u, a.len, a.lower, a.upper, u8(a)); },
+    ROW(zemsNormalizeInRange_16s8u, (a.s, a.u, a.len, a.lower, a.upper, u8(a)),
         {NULLS(s), NULLS(u), kLen0, kLowerNeg, kUpperAbove1});
-    row("zemsNormalizeInRange_32f_I",
-        [](const A& a) { return zemsNormalizeInRange_32f_I(a.fo, a.len, a.lower, a.upper, a.range); },
+    ROW(zemsNormalizeInRange_32f_I, (a.fo, a.len, a.lower, a.upper, a.range),
         {NULLS(fo), kLen0, kLowerAbove, rangeNegF}, zemtest::kSkipValidCall);
-    row("zemsNormalizeInRange_16s_I",
-        [&](const A& a) { return zemsNormalizeInRange_16s_I(a.so, a.len, a.lower, a.upper, s16(a)); },
+    ROW(zemsNormalizeInRange_16s_I, (a.so, a.len, a.lower, a.upper, s16(a)),
         {NULLS(so), kLen0, kLowerNeg, rangeNegS}, zemtest::kSkipValidCall);
-    row("zemsNormalizeInRangeMinMax_32f",
-        [](const A& a) {
-            return zemsNormalizeInRangeMinMax_32f(a.f, a.fo, a.len, a.minF, a.maxF, a.lower, a.upper, a.range);
-        },
+    ROW(zemsNormalizeInRangeMinMax_32f, (a.f, a.fo, a.len, a.minF, a.maxF, a.lower, a.upper, a.range),
         {NULLS(f), NULLS(fo), kLen0, kLowerNeg, minAboveF});
-    row("zemsNormalizeInRangeMinMax_32f (range)",
-        [](const A& a) {
-            return zemsNormalizeInRangeMinMax_32f(a.f, a.fo, a.len, a.minF, a.maxF, a.lower, a.upper, a.range);
-        },
+    ROWAS("(range)", zemsNormalizeInRangeMinMax_32f, (a.f, a.fo, a.len, a.minF, a.maxF, a.lower, a.upper, a.range),
         {kLowerAbove, kUpperAbove1, rangeNegF});
-    row("zemsNormalizeInRangeMinMax_32f16s",
-        [&](const A& a) {
-            return zemsNormalizeInRangeMinMax_32f16s(a.f, a.so, a.len, a.minF, a.maxF, a.lower, a.upper, s16(a));
-        },
+    ROW(zemsNormalizeInRangeMinMax_32f16s, (a.f, a.so, a.len, a.minF, a.maxF, a.lower, a.upper, s16(a)),
         {NULLS(f), NULLS(so), kLen0, kLowerAbove, rangeNegS, minAboveF});
-    row("zemsNormalizeInRangeMinMax_32f8u",
-        [&](const A& a) {
-            return zemsNormalizeInRangeMinMax_32f8u(a.f, a.u, a.len, a.minF, a.maxF, a.lower, a.upper, u8(a));
-        },
+    ROW(zemsNormalizeInRangeMinMax_32f8u, (a.f, a.u, a.len, a.minF, a.maxF, a.lower, a.upper, u8(a)),
         {NULLS(f), NULLS(u), kLen0, kLowerNeg, minAboveF});
-    row("zemsNormalizeInRangeMinMax_16s",
-        [&](const A& a) {
-            return zemsNormalizeInRangeMinMax_16s(a.s, a.so, a.len, a.minS, a.maxS, a.lower, a.upper, s16(a));
-        },
+    ROW(zemsNormalizeInRangeMinMax_16s, (a.s, a.so, a.len, a.minS, a.maxS, a.lower, a.upper, s16(a)),
         {NULLS(s), NULLS(so), kLen0, kLowerNeg, rangeNegS, minAboveS});
-    row("zemsNormalizeInRangeMinMax_16s8u",
-        [&](const A& a) {
-            return zemsNormalizeInRangeMinMax_16s8u(a.s, a.u, a.len, a.minS, a.maxS, a.lower, a.upper, u8(a));
-        },
+    ROW(zemsNormalizeInRangeMinMax_16s8u, (a.s, a.u, a.len, a.minS, a.maxS, a.lower, a.upper, u8(a)),
         {NULLS(s), NULLS(u), kLen0, kLowerAbove, kUpperAbove1, minAboveS});
-    row("zemsNormalizeInRangeMinMax_32f_I",
-        [](const A& a) {
-            return zemsNormalizeInRangeMinMax_32f_I(a.fo, a.len, a.minF, a.maxF, a.lower, a.upper, a.range);
-        },
+    ROW(zemsNormalizeInRangeMinMax_32f_I, (a.fo, a.len, a.minF, a.maxF, a.lower, a.upper, a.range),
         {NULLS(fo), kLen0, kLowerNeg, minAboveF});
-    row("zemsNormalizeInRangeMinMax_16s_I",
-        [&](const A& a) {
-            return zemsNormalizeInRangeMinMax_16s_I(a.so, a.len, a.minS, a.maxS, a.lower, a.upper, s16(a));
-        },
+    ROW(zemsNormalizeInRangeMinMax_16s_I, (a.so, a.len, a.minS, a.maxS, a.lower, a.upper, s16(a)),
         {NULLS(so), kLen0, kLowerAbove, rangeNegS});
 
-    row("zemsUnitCurve_32f", [](const A& a) { return zemsUnitCurve_32f(a.f, a.fo, a.len); },
-        {NULLS(f), NULLS(fo), kLen0});
-    row("zemsUnitCurve_32f_I", [](const A& a) { return zemsUnitCurve_32f_I(a.fo, a.len); }, inPlace32);
-    row("zemsUnitCurve_16s_Sfs", [](const A& a) { return zemsUnitCurve_16s_Sfs(a.s, 4, a.so, a.len, 0); },
-        {NULLS(s), NULLS(so), kLenMin});
-    row("zemsUnitCurve_16s_ISfs", [](const A& a) { return zemsUnitCurve_16s_ISfs(a.so, 4, a.len, 0); }, inPlace16);
+    ROW(zemsUnitCurve_32f, (a.f, a.fo, a.len), {NULLS(f), NULLS(fo), kLen0});
+    ROW(zemsUnitCurve_32f_I, (a.fo, a.len), inPlace32);
+    ROW(zemsUnitCurve_16s_Sfs, (a.s, 4, a.so, a.len, 0), {NULLS(s), NULLS(so), kLenMin});
+    ROW(zemsUnitCurve_16s_ISfs, (a.so, 4, a.len, 0), inPlace16);
 
     // Peaks: a length outside 1 .. 65535 is zemStatusSizeTooLarge, then the window sizes.
     const std::vector<Break<A>> peaks = {
@@ -254,26 +196,17 @@ TEST(ConditioningChecks, OrderTable) {
         first.insert(first.end(), peaks.begin(), peaks.end());
         return first;
     };
-    row("zemsFindPeaks_32f8u",
-        [](const A& a) { return zemsFindPeaks_32f8u(a.f, a.u, a.len, a.search, a.avg); },
-        withNull({NULLS(f), NULLS(u)}));
-    row("zemsFindPeaks_32s8u",
-        [](const A& a) { return zemsFindPeaks_32s8u(a.i, a.u, a.len, a.search, a.avg); },
-        withNull({NULLS(i), NULLS(u)}));
-    row("zemsFindPeaks_32s8u (small)",
-        [](const A& a) { return zemsFindPeaks_32s8u(a.i, a.u, a.len, a.search, a.avg); },
-        {brk("len 0", [](A& a) { a.len = 0; }, zemStatusSizeTooLarge),
-         brk("searchSize 0", [](A& a) { a.search = 0; }, kSize),
+    ROW(zemsFindPeaks_32f8u, (a.f, a.u, a.len, a.search, a.avg), withNull({NULLS(f), NULLS(u)}));
+    ROW(zemsFindPeaks_32s8u, (a.i, a.u, a.len, a.search, a.avg), withNull({NULLS(i), NULLS(u)}));
+    ROWAS("(small)", zemsFindPeaks_32s8u, (a.i, a.u, a.len, a.search, a.avg),
+        {brk("len 0", [](A& a) { a.len = 0; }, zemStatusSizeTooLarge), brk("searchSize 0", [](A& a) { a.search = 0; }, kSize),
          brk("movingAvgSize 128", [](A& a) { a.avg = 128; }, kSize)});
 
     const std::vector<Break<A>> nth = {kLen0, brk("n < 0", [](A& a) { a.n = -1; }, kArg)};
     const Break<A> nAtLen = brk("n = len", [](A& a) { a.n = a.len; }, kArg);
-    row("zemsNthMaxElement_32f", [](const A& a) { return zemsNthMaxElement_32f(a.f, a.len, a.n, a.fResult); },
-        {NULLS(f), NULLS(fResult), kLen0, nAtLen});
-    row("zemsNthMaxElement_32s", [](const A& a) { return zemsNthMaxElement_32s(a.i, a.len, a.n, a.iResult); },
-        {NULLS(i), NULLS(iResult), nth[0], nth[1]});
-    row("zemsNthMaxElement_64f", [](const A& a) { return zemsNthMaxElement_64f(a.d, a.len, a.n, a.dResult); },
-        {NULLS(d), NULLS(dResult), kLenMin, nAtLen});
+    ROW(zemsNthMaxElement_32f, (a.f, a.len, a.n, a.fResult), {NULLS(f), NULLS(fResult), kLen0, nAtLen});
+    ROW(zemsNthMaxElement_32s, (a.i, a.len, a.n, a.iResult), {NULLS(i), NULLS(iResult), nth[0], nth[1]});
+    ROW(zemsNthMaxElement_64f, (a.d, a.len, a.n, a.dResult), {NULLS(d), NULLS(dResult), kLenMin, nAtLen});
 }
 
 }  // namespace
