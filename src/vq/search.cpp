@@ -9,6 +9,7 @@
 
 #include "frame/check.h"
 #include "own.h"
+#include "primitives/simd.h"
 #include "vq/search.h"
 
 using namespace zem::vq;
@@ -39,8 +40,111 @@ void storeFloat(Zem32s* at, Zem32f v) { std::memcpy(at, &v, sizeof v); }
 // converted to scaled integers at the end.
 enum class DistOut { None, Float, Scaled };
 
+template <DistOut kOut, class D>
+void putDistance(D* dist, int v, Zem32f d) {
+    if constexpr (kOut == DistOut::Float) dist[v] = d;
+    if constexpr (kOut == DistOut::Scaled) storeFloat(dist + v, d);
+}
+
+// ---- Exhaustive list search, eight vectors at a time -------------------------------------
+//
+// Lane l holds vector l of a group: dimension j of the eight vectors stands at xt[j * 8 + l]
+// as Zem32f, and each codeword element is broadcast to all lanes.  Every lane sums its
+// terms in ascending j as the one-vector search does, so answers and distances have its
+// bits (a 16-bit sample, codeword element and their difference are exact in Zem32f).
+// Four codewords are summed at a time and then taken in row order; a lane is screened by
+// a plain comparison (a row that wins by cdbkBetter is smaller than the best) before the
+// exact test.
+constexpr int kLanes = 8;
+constexpr int kLaneWidth = 64;  // the widest vector taken through lanes: 2 KiB of stack
+
+template <class T>
+bool lanesServe(const State<T>& cb) {
+    if (cb.hint != ZEM_CDBK_LIST || cb.width > kLaneWidth) return false;
+    if ((cb.flags & kFlagCellIndex) && cb.grid && (cb.width == 1 || cb.width == 2)) return false;
+    // The 16-bit weighted distance at the widths 1 and 2 multiplies in integers first.
+    if constexpr (std::is_same_v<T, Zem16s>) return !((cb.flags & kFlagWeighted) && cb.width <= 2);
+    return true;
+}
+
+template <class T, bool kWeighted>
+void scanLanes(const State<T>& cb, const Zem32f* xt, Zem32f* best, Zem32s* found) {
+    namespace simd = zem::simd;
+    const int width = cb.width;
+    Zem32f w[kLaneWidth];
+    for (int j = 0; j < width; ++j) w[j] = static_cast<Zem32f>(cb.weights[j]);
+    for (int l = 0; l < kLanes; ++l) best[l] = ZEM_MAX_32F, found[l] = -1;
+    simd::F32x8 bestV = simd::splat(ZEM_MAX_32F);
+    auto term = [&](simd::F32x8 x, const T* row, int j) {
+        const simd::F32x8 d = x - simd::splat(static_cast<Zem32f>(row[j]));
+        if constexpr (kWeighted) return simd::splat(w[j]) * (d * d);
+        else return d * d;
+    };
+    auto take = [&](simd::F32x8 s, Zem32s r) {
+        unsigned lanes = static_cast<unsigned>(simd::signMask(simd::lt(s, bestV)));
+        if (!lanes) return;
+        Zem32f d[kLanes];
+        simd::store(d, s);
+        for (; lanes; lanes &= lanes - 1u) {
+            const int l = __builtin_ctz(lanes);
+            if (cdbkBetter(best[l], d[l])) best[l] = d[l], found[l] = r;
+        }
+        bestV = simd::load(best);
+    };
+    const int64_t step = cb.rowStep;
+    Zem32s r = 0;
+    for (; r + 4 <= cb.numCodewords; r += 4) {
+        const T* r0 = cb.rows + r * step;
+        const T *r1 = r0 + step, *r2 = r1 + step, *r3 = r2 + step;
+        simd::F32x8 s0 = simd::splat(0.0f), s1 = s0, s2 = s0, s3 = s0;
+        for (int j = 0; j < width; ++j) {
+            const simd::F32x8 x = simd::load(xt + j * kLanes);
+            s0 = s0 + term(x, r0, j);
+            s1 = s1 + term(x, r1, j);
+            s2 = s2 + term(x, r2, j);
+            s3 = s3 + term(x, r3, j);
+        }
+        take(s0, r);
+        take(s1, r + 1);
+        take(s2, r + 2);
+        take(s3, r + 3);
+    }
+    for (; r < cb.numCodewords; ++r) {
+        const T* row = cb.rows + r * step;
+        simd::F32x8 s = simd::splat(0.0f);
+        for (int j = 0; j < width; ++j) s = s + term(simd::load(xt + j * kLanes), row, j);
+        take(s, r);
+    }
+}
+
+template <class T, DistOut kOut, class D>
+void searchListLanes(const T* src, int step, Zem32s* index, D* dist, int height, const State<T>& cb) {
+    const bool weighted = (cb.flags & kFlagWeighted) != 0;
+    Zem32f xt[kLaneWidth * kLanes];
+    Zem32f best[kLanes];
+    Zem32s found[kLanes];
+    for (int v0 = 0; v0 < height; v0 += kLanes) {
+        const int m = height - v0 < kLanes ? height - v0 : kLanes;
+        // A short last group repeats its last vector in the spare lanes.
+        for (int l = 0; l < kLanes; ++l) {
+            const T* x = src + int64_t{v0 + (l < m ? l : m - 1)} * step;
+            for (int j = 0; j < cb.width; ++j) xt[j * kLanes + l] = static_cast<Zem32f>(x[j]);
+        }
+        if (weighted) scanLanes<T, true>(cb, xt, best, found);
+        else scanLanes<T, false>(cb, xt, best, found);
+        for (int l = 0; l < m; ++l) {
+            index[v0 + l] = found[l];
+            putDistance<kOut>(dist, v0 + l, std::sqrt(best[l]));
+        }
+    }
+}
+
 template <class T, DistOut kOut, class D>
 ZemStatus searchBlock(const T* src, int step, Zem32s* index, D* dist, int height, const State<T>& cb, int singleSf) {
+    if (lanesServe(cb)) {
+        searchListLanes<T, kOut>(src, step, index, dist, height, cb);
+        return zemStatusOk;
+    }
     for (int v = 0; v < height; ++v) {
         const T* x = src + int64_t{v} * step;
         Zem32f d = 0.0f;
@@ -49,8 +153,7 @@ ZemStatus searchBlock(const T* src, int step, Zem32s* index, D* dist, int height
         if (f == Found::Failed) return zemStatusFailed;
         if (f == Found::Skipped) continue;
         index[v] = idx;
-        if constexpr (kOut == DistOut::Float) dist[v] = d;
-        if constexpr (kOut == DistOut::Scaled) storeFloat(dist + v, d);
+        putDistance<kOut>(dist, v, d);
     }
     return zemStatusOk;
 }
