@@ -57,16 +57,16 @@ int bruteList(const HandBook<T>& b, const T* x, float* best) {
 // Scores of the weighted tree through the Gaussian score exports.
 template <class T>
 struct RefScores {
-    const HandBook<T>& b;
+    const zem::vq::State<T>& b;
     int blockSf, singleSf;
     double single(const T* x, const T* c) const {
         if constexpr (std::is_same_v<T, Zem32f>) {
             Zem32f r;
-            EXPECT_EQ(zemsLogGaussSingle_32f(x, c, b.weights.data(), b.width, &r, 0.0f), zemStatusOk);
+            EXPECT_EQ(zemsLogGaussSingle_32f(x, c, b.weights, b.width, &r, 0.0f), zemStatusOk);
             return r;
         } else {
             Zem32s r;
-            EXPECT_EQ(zemsLogGaussSingle_16s32s_Sfs(x, c, b.weights.data(), b.width, &r, 0, singleSf), zemStatusOk);
+            EXPECT_EQ(zemsLogGaussSingle_16s32s_Sfs(x, c, b.weights, b.width, &r, 0, singleSf), zemStatusOk);
             return r;
         }
     }
@@ -74,12 +74,12 @@ struct RefScores {
         std::vector<double> out(rows.size());
         if constexpr (std::is_same_v<T, Zem32f>) {
             std::vector<Zem32f> s(rows.size());
-            EXPECT_EQ(zemsLogGauss_32f_D2L(rows.data(), x, b.weights.data(), b.width, s.data(), int(rows.size()), 0.0f),
+            EXPECT_EQ(zemsLogGauss_32f_D2L(rows.data(), x, b.weights, b.width, s.data(), int(rows.size()), 0.0f),
                       zemStatusOk);
             std::copy(s.begin(), s.end(), out.begin());
         } else {
             std::vector<Zem32s> s(rows.size());
-            EXPECT_EQ(zemsLogGauss_16s32s_D2LSfs(rows.data(), x, b.weights.data(), b.width, s.data(), int(rows.size()),
+            EXPECT_EQ(zemsLogGauss_16s32s_D2LSfs(rows.data(), x, b.weights, b.width, s.data(), int(rows.size()),
                                                  0, blockSf),
                       zemStatusOk);
             std::copy(s.begin(), s.end(), out.begin());
@@ -91,16 +91,16 @@ struct RefScores {
 // The tree's answer: the descent judged by the better grandchild of each side, then the
 // neighbour walk.
 template <class T>
-int treeAnswer(const HandBook<T>& b, const T* x, int singleSf) {
+int treeAnswer(const zem::vq::State<T>& b, const T* x, int singleSf) {
     using Node = ZemsCdbkNode<T>;
-    const bool weighted = b.st.flags & zem::vq::kFlagWeighted;
+    const bool weighted = b.flags & zem::vq::kFlagWeighted;
     const int s16 = static_cast<int>(std::log(double(b.width)) / std::log(2.0)) + 1;
     const RefScores<T> sc{b, s16, singleSf};
     auto pair = [](const Node* c) {
         return c->isLeaf ? std::vector<const T*>{c->centroid, c->centroid}
                          : std::vector<const T*>{c->left->centroid, c->right->centroid};
     };
-    const Node* n = b.st.root;
+    const Node* n = b.root;
     while (!n->isLeaf) {
         const auto l = pair(n->left), r = pair(n->right);
         bool goLeft;
@@ -153,7 +153,7 @@ template <class T>
 void blockSearchMatches(bool tree) {
     Random rng(tree ? 21 : 12);
     const double lo = std::is_same_v<T, Zem16s> ? -60 : -3, hi = -lo;
-    for (int width : {1, 2, 3, 4, 5, 8, 9, 13}) {
+    for (int width : {1, 2, 3, 4, 5, 8, 9, 13, 70}) {
         for (bool weighted : {false, true}) {
             HandBook<T> b;
             if (tree) makeTree(b, rng, 23, width, 5, lo, hi, weighted);
@@ -179,8 +179,8 @@ void blockSearchMatches(bool tree) {
                     const T* x = v.data() + int64_t{i} * step;
                     float best;
                     const int s16 = static_cast<int>(std::log(double(width)) / std::log(2.0)) + 1;
-                    const int want = tree ? treeAnswer(b, x, s16) : bruteList(b, x, &best);
-                    const int wantD = tree ? treeAnswer(b, x, 0) : want;
+                    const int want = tree ? treeAnswer<T>(b.st, x, s16) : bruteList(b, x, &best);
+                    const int wantD = tree ? treeAnswer<T>(b.st, x, 0) : want;
                     EXPECT_EQ(idx[i], want);
                     EXPECT_EQ(idxD[i], wantD);
                     // Trees report the weighted distance whatever the flags; lists the one they compared.
@@ -201,6 +201,60 @@ TEST(VQSearch, ListSearchIsTheBruteForceNearest) {
 TEST(VQSearch, TreeSearchFollowsTheDescentAndTheNeighbourWalk) {
     blockSearchMatches<Zem32f>(true);
     blockSearchMatches<Zem16s>(true);
+}
+
+// A trained tree (64 codewords of 13 over clustered vectors) searched with vectors it was
+// not trained on: the answer is the reference's descent and walk over the trained nodes,
+// and for most vectors also the nearest codeword by the measure that the search uses.
+template <class T>
+void trainedTreeSearch(bool weighted) {
+    Random rng(weighted ? 31 : 32);
+    constexpr int width = 13, trained = 3000, searched = 400, clusters = 24;
+    const double spread = std::is_same_v<T, Zem16s> ? 400 : 4;
+    const auto centres = rng.uniform<double>(clusters * width, -spread, spread);
+    auto draw = [&](int n) {
+        std::vector<T> v(int64_t{n} * width);
+        for (int i = 0; i < n; ++i) {
+            const int64_t c = rng.integer(0, clusters - 1);
+            const auto noise = rng.uniform<double>(width, -spread / 3, spread / 3);
+            for (int j = 0; j < width; ++j) v[int64_t{i} * width + j] = static_cast<T>(centres[c * width + j] + noise[j]);
+        }
+        return v;
+    };
+    const std::vector<T> training = draw(trained), x = draw(searched), w = weightsFor<T>(rng, width, weighted);
+    zem::vq::StateT<T>* cb = nullptr;
+    std::vector<Zem32s> idx(searched, -1);
+    if constexpr (std::is_same_v<T, Zem32f>) {
+        const int hint = ZEM_CDBK_SPLIT_WIDEST;
+        ASSERT_EQ(weighted ? zemsCdbkInitAlloc_WgtL2_32f(&cb, training.data(), w.data(), width, width, trained, 64, hint)
+                           : zemsCdbkInitAlloc_L2_32f(&cb, training.data(), width, width, trained, 64, hint),
+                  zemStatusOk);
+        ASSERT_EQ(zemsVQ_32f(x.data(), width, idx.data(), searched, cb), zemStatusOk);
+    } else {
+        ASSERT_EQ(zemsCdbkInitAlloc_WgtL2_16s(&cb, training.data(), w.data(), width, width, trained, 64,
+                                              ZEM_CDBK_SPLIT_WIDEST),
+                  zemStatusOk);
+        ASSERT_EQ(zemsVQ_16s(x.data(), width, idx.data(), searched, cb), zemStatusOk);
+    }
+    const int s16 = static_cast<int>(std::log(double(width)) / std::log(2.0)) + 1;
+    int nearest = 0;
+    for (int i = 0; i < searched; ++i) {
+        const T* v = x.data() + int64_t{i} * width;
+        EXPECT_EQ(idx[i], treeAnswer<T>(*cb, v, s16)) << "vector " << i;
+        float best = std::numeric_limits<float>::max();
+        for (int r = 0; r < cb->numCodewords; ++r)
+            best = std::min(best, sqDist(v, cb->rows + int64_t{r} * cb->rowStep, cb->weights, width));
+        nearest += sqDist(v, cb->rows + int64_t{idx[i]} * cb->rowStep, cb->weights, width) == best;
+    }
+    EXPECT_GT(nearest, searched * 9 / 10);  // 98 to 99 % on these clusters
+    if constexpr (std::is_same_v<T, Zem32f>) zemsCdbkFree_32f(cb);
+    else zemsCdbkFree_16s(cb);
+}
+
+TEST(VQSearch, TrainedTreesGiveTheirOwnAnswerAndMostlyTheNearest) {
+    trainedTreeSearch<Zem32f>(false);
+    trainedTreeSearch<Zem32f>(true);
+    trainedTreeSearch<Zem16s>(true);
 }
 
 TEST(VQSearch, ListTieKeepsTheFirstRowUnlessBeatenByTheMargin) {
@@ -347,7 +401,7 @@ void singleSearchesMatch(bool tree) {
             // Thresh: the reference row comes from the block search.
             const int s16 = static_cast<int>(std::log(double(width)) / std::log(2.0)) + 1;
             float best;
-            const int ref = tree ? treeAnswer(b, x.data(), s16) : bruteList(b, x.data(), &best);
+            const int ref = tree ? treeAnswer<T>(b.st, x.data(), s16) : bruteList(b, x.data(), &best);
             const float r = std::sqrt(sqDist(x.data(), b.row(ref), b.weights.data(), width));
             for (Zem32f rel : {1.0f, 1.2f, 2.5f}) {
                 const float limit = rel * rel * r * r;
