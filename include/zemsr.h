@@ -145,7 +145,10 @@ ZEMSR_API ZemStatus zemsLogSum_32s_Sfs(const Zem32s* src, Zem32s* dst, int len, 
  * Centre lists (zemsFBankSetCenters_*, zemsFBankGetCenters_*) must also hold c[nFilter] within
  * 0 .. N/2, a check of this library's own that keeps every slope inside the bank's rows.
  * zemsMelLinFBankInitAlloc_* and zemsEmptyFBankInitAlloc_* test state and fftOrder for null
- * (zemStatusNullPointer, nothing written) after all their other checks: also this library's own. */
+ * (zemStatusNullPointer, nothing written) after all their other checks: also this library's own.
+ * melMul, melDiv and non-finite frequencies are not checked; a mel or mixed bank whose centres
+ * then fall outside 0 .. N/2 is built but left not ready, its rows zero: evaluation and
+ * Get/SetCoeffs give zemStatusBadFBank until a valid centre list is set (this library's own). */
 /* Threads: a bank is read-only during evaluation and may be shared between threads, except a bank
  * built with zemFBankFftMagnitude (4), which holds a transform work area: one thread at a time per
  * such bank. Set/Get of centres and coefficients write the bank.

@@ -28,6 +28,12 @@ constexpr double exactPow2d(int e) {
     return 0.0;
 }
 
+// Truncation toward zero to 32 bits with the processor's answer for what does not fit:
+// NaN and values outside the range give INT32_MIN, where a plain cast is undefined.
+constexpr Zem32s truncToInt32(double v) {
+    return (v > -2147483649.0 && v < 2147483648.0) ? static_cast<Zem32s>(v) : INT32_MIN;
+}
+
 // 2^-sf for sf = -128..150, at index sf + 128.
 inline constexpr auto kPow2Neg32f = [] {
     std::array<float, 279> t{};

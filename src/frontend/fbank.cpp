@@ -9,6 +9,7 @@
 #include "fbank.h"
 #include "frame/check.h"
 #include "frame/record.h"
+#include "frame/scale.h"
 #include "own.h"
 
 using namespace zem::fbank;
@@ -112,7 +113,7 @@ inline W binWeight(int64_t numerator, int64_t denominator) {
 // Centres from bin positions: truncated for mel weights, nearest with ties to even for
 // bin weights.
 void centresFromBins(const float* b, int count, int mode, Zem32s* c) {
-    for (int k = 0; k < count; ++k) c[k] = (mode & 2) ? static_cast<Zem32s>(std::nearbyint(b[k])) : static_cast<Zem32s>(b[k]);
+    for (int k = 0; k < count; ++k) c[k] = zem::truncToInt32((mode & 2) ? std::nearbyint(b[k]) : b[k]);
 }
 
 // Bin weights of filter i (row i - 1): straight lines whose peak 1 falls on c[i].
@@ -121,6 +122,17 @@ void binSlopes(W* low, W* high, const Zem32s* c, int i) {
     for (int64_t k = c[i - 1]; k <= c[i]; ++k) low[k - c[i - 1]] = binWeight<W>(k - c[i - 1] + 1, int64_t{c[i]} - c[i - 1] + 1);
     for (int64_t k = int64_t{c[i]} + 1; k <= c[i + 1]; ++k)
         high[k - c[i] - 1] = binWeight<W>(c[i + 1] - k + 1, int64_t{c[i + 1]} - c[i] + 1);
+}
+
+// Whether every centre c[0 .. nFilter+1] lies in the spectrum, 0 .. N/2.  melMul and melDiv
+// are not checked, and neither are NaN or infinite frequencies: centres computed from them can
+// land anywhere.  Such a bank is left not ready, its rows zero, so that evaluation and the
+// coefficient runs refuse it (zemStatusBadFBank) rather than leave the rows; setting a valid
+// centre list makes it ready.
+bool centresInside(const Zem32s* c, int nFilter, int n) {
+    for (int k = 0; k <= nFilter + 1; ++k)
+        if (c[k] < 0 || c[k] > n / 2) return false;
+    return true;
 }
 
 template <class State>
@@ -138,7 +150,8 @@ void melCentresAndWeights(State* st, float sampFreq, float lowFreq, float highFr
         const float b = scale * static_cast<float>(std::exp(static_cast<double>(m(k) / melMul)) - 1.0);
         centresFromBins(&b, 1, st->mode, c + k);
     }
-    st->ready = 1;
+    st->ready = centresInside(c, nF, n) ? 1 : 0;
+    if (!st->ready) return;
     const float binHz = sampFreq / static_cast<float>(n);
     auto melOf = [&](int64_t k) { return melOfQuotient((static_cast<float>(k) * binHz) / melDiv, melMul); };
     for (int i = 1; i <= nF; ++i) {
@@ -179,7 +192,8 @@ void mixedCentresAndWeights(State* st, float sampFreq, float lowFreq, float high
         }
         centresFromBins(&b, 1, st->mode, c + k);
     }
-    st->ready = 1;
+    st->ready = centresInside(c, nF, n) ? 1 : 0;
+    if (!st->ready) return;
     const float binHz = sampFreq / static_cast<float>(n);
     // melOf(k) unrounded here: the quotients run in double.
     auto melOf = [&](int64_t k) {

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <immintrin.h>
+#include <initializer_list>
 #include <type_traits>
 
 #include "zemsr.h"

@@ -32,7 +32,7 @@ inline void blockScores(const Frames& frames, const T* mean, const T* var, int w
     const T twice = val + val;
     zem::distance::block<T, true, kIdentity>(
         mean, var, width, out, n, [&](int k) { return std::pair<const T*, const T*>{frames(f0 + k), nullptr}; },
-        [twice, val](T sum) {
+        [=](T sum) {
             if constexpr (kFloat) return ((-sum) + twice) * 0.5f;
             else return val - 0.5 * sum;
         });

@@ -40,8 +40,10 @@ void minMax(const Zem32f* v, int n, Zem32f* m, Zem32f* M) {
     }
 }
 
-// Cell of a value t = (x - lo) / cellWidth, limited to `past` (any number >= the cells).
+// Cell of a value t = (x - lo) / cellWidth, limited to `past` (any number >= the cells);
+// -1 at or below -1 and for NaN, which the callers treat as below every cell.
 int64_t cellOf(double t, int64_t past) {
+    if (!(t > -1.0)) return -1;
     if (t >= static_cast<double>(past)) return past;
     return static_cast<int64_t>(t);
 }

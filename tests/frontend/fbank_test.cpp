@@ -7,6 +7,7 @@
 #include <cstring>
 #include <functional>
 #include <tuple>
+#include <limits>
 #include <vector>
 
 #include "alloc_walk.h"
@@ -659,6 +660,39 @@ TEST(FilterBank, CentresOutsideTheSpectrumAreRefused) {
     EXPECT_EQ(zemsFBankSetCenters_16s(one, fine), zemStatusOk);
     zemsFBankFree_16s(one);
     zemsFBankFree_32f(st);
+}
+
+// Parameters that are not checked (melMul, melDiv, an infinite rate) can put the centres of a
+// mel or mixed bank anywhere: such a bank is built but not ready, and evaluation and the
+// coefficient runs refuse it instead of reading outside the spectrum, until a valid centre
+// list is set.  A bank whose centres stay inside is untouched by the rule.
+TEST(FilterBank, CentresFromUncheckedParametersLeaveTheBankNotReady) {
+    const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
+    std::vector<Zem32f> spectrum(130, 1.0f), out(10, -7.0f), coeffs(130);
+    Zem32s centers[12], order = 0;
+    struct Case {
+        float sampFreq, melMul, melDiv;
+        bool mixed;
+    };
+    for (const Case& c : {Case{inf, nan, 700, false}, Case{8000, nan, 700, false}, Case{8000, 1127, -300, false},
+                          Case{8000, 0, 700, false},
+                          Case{8000, 1127, -300, true}}) {
+        ZemsFBankState_32f* st = nullptr;
+        out.assign(10, -7.0f);
+        ASSERT_EQ(c.mixed ? zemsMelLinFBankInitAlloc_32f(&st, &order, 256, c.sampFreq, 100, 3000, 10, 1000, 4, c.melMul, c.melDiv, 1)
+                          : zemsMelFBankInitAlloc_32f(&st, &order, 256, c.sampFreq, 100, 3000, 10, c.melMul, c.melDiv, 1),
+                  zemStatusOk);
+        EXPECT_EQ(zemsFBankGetCenters_32f(st, centers), zemStatusBadFBank);
+        EXPECT_EQ(zemsEvalFBank_32f(spectrum.data(), out.data(), st), zemStatusBadFBank);
+        EXPECT_EQ(zemsFBankGetCoeffs_32f(st, 10, coeffs.data()), zemStatusBadFBank);
+        EXPECT_EQ(zemsFBankSetCoeffs_32f(st, 1, coeffs.data()), zemStatusBadFBank);
+        EXPECT_EQ(out[0], -7.0f);
+        const Zem32s valid[12] = {0, 10, 20, 30, 40, 50, 60, 70, 80, 90, 100, 110};
+        ASSERT_EQ(zemsFBankSetCenters_32f(st, valid), zemStatusOk);
+        EXPECT_EQ(zemsEvalFBank_32f(spectrum.data(), out.data(), st), zemStatusOk);
+        EXPECT_EQ(out[0], 0.0f);  // rows stay zero until the caller sets them
+        zemsFBankFree_32f(st);
+    }
 }
 
 // The fixed-point bank at a rate of 1 Hz: every check passes and the bank stays inside a

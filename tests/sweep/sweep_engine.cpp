@@ -90,6 +90,12 @@ double limitOf(Elem e, bool upper) {
 
 bool isFloat(Elem e) { return e == Elem::F32 || e == Elem::F64; }
 
+// The integer reading of a case's value: 0 for NaN and infinities, clamped to 64 bits.
+int64_t intOf(double v) {
+    if (std::isnan(v)) return 0;
+    return static_cast<int64_t>(std::fmin(std::fmax(v, -9.2e18), 9.2e18));
+}
+
 void store(Elem e, void* p, int64_t i, double v) {
     if (!isFloat(e) && !std::isnan(v)) v = std::fmin(std::fmax(std::nearbyint(v), limitOf(e, false)), limitOf(e, true));
     switch (e) {
@@ -229,12 +235,11 @@ std::vector<Case> casesOf(const Row& r) {
             }
             case Role::Val:
                 for (double v : extremesOf(p.elem))
-                    cs.push_back({n + "=" + num(v), Kind::Value, Expect::Any, i, static_cast<int64_t>(
-                                      std::isfinite(v) ? v : 0), v});
+                    cs.push_back({n + "=" + num(v), Kind::Value, Expect::Any, i, intOf(std::isfinite(v) ? v : 0), v});
                 break;
             case Role::Alt:
                 for (double v : a.alts)
-                    cs.push_back({n + "=" + num(v), Kind::Value, Expect::Any, i, static_cast<int64_t>(v), v});
+                    cs.push_back({n + "=" + num(v), Kind::Value, Expect::Any, i, intOf(v), v});
                 break;
             default: break;
         }
@@ -346,12 +351,12 @@ std::string prepare(Setup& s, const Case& c, int way, uint32_t seed) {
             case Role::Step:
             case Role::Sf:
             case Role::Fixed:
-                if (a.isFloatValue) sl.i = static_cast<int64_t>(a.fvalue), sl.f = a.fvalue;
+                if (a.isFloatValue) sl.i = intOf(a.fvalue), sl.f = a.fvalue;
                 else sl.i = a.value(d), sl.f = static_cast<double>(sl.i);
                 break;
             case Role::Val:
             case Role::Alt:
-                sl.f = a.fvalue, sl.i = static_cast<int64_t>(a.fvalue);
+                sl.f = a.fvalue, sl.i = intOf(a.fvalue);
                 break;
             case Role::Rec: {
                 const std::string e = buildRecord(s, i, way);

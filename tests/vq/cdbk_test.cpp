@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <vector>
 
 #include "cdbk_reference.h"
@@ -395,6 +396,17 @@ void cellIndex() {
         EXPECT_EQ(st<T>(s)->flags & 1u, 0u);
         EXPECT_EQ(st<T>(s)->grid, nullptr);
         EXPECT_EQ(A::release(s), zemStatusOk);
+    }
+    // A NaN among the rows falls in no cell, without an undefined conversion of its position.
+    if constexpr (std::is_same_v<T, Zem32f>) {
+        std::vector<T> odd(60);
+        for (int i = 0; i < 60; ++i) odd[i] = T(i % 7) * 1.5f;
+        odd[9] = std::numeric_limits<float>::quiet_NaN();
+        for (int width : {1, 2}) {
+            typename A::S* s = nullptr;
+            ASSERT_EQ(A::alloc(&s, odd.data(), width, width, 60 / width, 60 / width, 1), zemStatusOk);
+            EXPECT_EQ(A::release(s), zemStatusOk);
+        }
     }
 }
 
