@@ -1,5 +1,6 @@
 // Filter banks: creation of mel, mixed and empty banks in float and 16-bit (Q14) weights,
 // their sizes, release, and access to centres and weights.
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
@@ -100,7 +101,7 @@ inline float melOfQuotient(float q, float melMul) {
 // Weights are float, or Q14 integers truncated from float or integer quotients.
 template <class W>
 inline W melWeight(float numerator, float denominator) {
-    if constexpr (std::is_integral_v<W>) return static_cast<W>((numerator * 16384.0f) / denominator);
+    if constexpr (std::is_integral_v<W>) return zem::truncToInt32((numerator * 16384.0f) / denominator);
     else return numerator / denominator;
 }
 
@@ -204,7 +205,7 @@ void mixedCentresAndWeights(State* st, float sampFreq, float lowFreq, float high
     auto weight = [](double num, double den) -> W {
         if constexpr (std::is_integral_v<W>) {
             const double q = (num * 16384.0) / den;
-            const W w = q > 2147483647.0 ? INT32_MAX : (q < -2147483648.0 ? INT32_MIN : static_cast<W>(q));
+            const W w = q > 2147483647.0 ? INT32_MAX : zem::truncToInt32(q);
             return w < 0 ? 0 : w;
         } else {
             const double q = num / den;
@@ -317,12 +318,17 @@ void copyCenters(const Zem32s* from, Zem32s* to, const State* st) {
 }
 
 // The run of row j - 1: the rising slope's c[j] - c[j-1] + 1 entries, then the falling
-// slope's c[j+1] - c[j] entries, each only when its length is positive.
+// slope's c[j+1] - c[j] entries, each only when its length is positive.  The centre test
+// leaves c[nFilter+1] free below and never sees c[nFilter+2], which the extra row of Get
+// reads: the runs are held to N/2 + 1 and N/2 entries, the longest any centre list inside
+// the spectrum gives, so that no run leaves the bank's rows.
 template <class State, class Copy>
 void forRuns(const State* st, int j, Copy copy) {
     const Zem32s* c = st->centers;
+    const int64_t half = st->fftLength / 2;
     int at = 0;
-    const int rising = c[j] - c[j - 1] + 1, falling = c[j + 1] - c[j];
+    const int rising = static_cast<int>(std::min<int64_t>(int64_t{c[j]} - c[j - 1] + 1, half + 1));
+    const int falling = static_cast<int>(std::min<int64_t>(int64_t{c[j + 1]} - c[j], half));
     if (c[j] >= c[j - 1]) {
         copy(st->lowCoeffs[j - 1], at, rising);
         at += rising;

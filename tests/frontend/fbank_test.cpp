@@ -638,6 +638,14 @@ TEST(FilterBank, ExtremeArgumentsStayDefined) {
     EXPECT_EQ(eval32(INT32_MAX), eval32(100));
     EXPECT_EQ(eval16(INT32_MIN), eval16(-100));
     EXPECT_EQ(eval32(INT32_MIN), eval32(-100));
+    // A huge melMul: the Q14 quotients overflow to infinity, and their truncation gives
+    // INT32_MIN (as the processor's conversion does) rather than an undefined conversion.
+    ZemsFBankState_16s* huge = nullptr;
+    ASSERT_EQ(zemsMelFBankInitAlloc_16s(&huge, &order, 256, 8000, 100, 3000, 10, 1e36f, 700, 1), zemStatusOk);
+    std::vector<Zem32f> run(130);
+    ASSERT_EQ(zemsFBankGetCoeffs_16s(huge, 5, run.data()), zemStatusOk);
+    EXPECT_TRUE(std::count(run.begin(), run.end(), -131072.0f) > 0);
+    zemsFBankFree_16s(huge);
 }
 
 // A centre list whose last pair leaves the spectrum is refused, the bank unchanged.
@@ -659,6 +667,16 @@ TEST(FilterBank, CentresOutsideTheSpectrumAreRefused) {
     EXPECT_EQ(zemsFBankSetCenters_16s(one, single), zemStatusBadFBank);
     EXPECT_EQ(zemsFBankSetCenters_16s(one, fine), zemStatusOk);
     zemsFBankFree_16s(one);
+    // The last centre may lie far below (the test leaves it free), and Get's extra row reads
+    // one centre past the list: the runs stay within the rows, N/2 + 1 and N/2 entries.
+    ZemsFBankState_32f* wide = nullptr;
+    ASSERT_EQ(zemsEmptyFBankInitAlloc_32f(&wide, &order, 1024, 1, 2), zemStatusOk);
+    const Zem32s low[3] = {176, 432, -682605492};
+    ASSERT_EQ(zemsFBankSetCenters_32f(wide, low), zemStatusOk);
+    std::vector<Zem32f> run(1030, -7.0f);
+    EXPECT_EQ(zemsFBankGetCoeffs_32f(wide, 2, run.data()), zemStatusOk);
+    EXPECT_EQ(std::count(run.begin(), run.end(), -7.0f), 1030 - 512);
+    zemsFBankFree_32f(wide);
     zemsFBankFree_32f(st);
 }
 

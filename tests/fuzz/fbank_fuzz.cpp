@@ -41,7 +41,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         for (Zem32s c : centers) FUZZ_REQUIRE(c >= 0 && c <= n / 2);
 
     // Rewrites of centres and coefficients; a refused list leaves the bank as it was.
-    std::vector<Zem32f> coeffs(static_cast<size_t>(n / 2 + 2));
+    // A run is at most N/2 + 1 rising and N/2 falling entries.
+    std::vector<Zem32f> coeffs(static_cast<size_t>(n + 1));
     while (in.remaining_bytes() > 0 && in.ConsumeBool()) {
         if (in.ConsumeBool()) {
             std::vector<Zem32s> c(centers.size());
