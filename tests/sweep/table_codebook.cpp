@@ -3,22 +3,13 @@
 // trained on 24 rows.
 #include <vector>
 
+#include "cdbk_rows.h"
 #include "sweep.h"
 
 namespace sweep {
 namespace {
 
-constexpr int kWidth = 4, kStep = 6, kRows = 24, kLeaves = 8;
-
-template <class T>
-const T* trainingRows() {
-    static const std::vector<T> rows = [] {
-        std::vector<T> v(kRows * kStep);
-        for (size_t i = 0; i < v.size(); ++i) v[i] = static_cast<T>((i * 37 + 11) % 53) - T(26);
-        return v;
-    }();
-    return rows.data();
-}
+using namespace cdbk;
 
 template <class T, class St, class GetSize, class Init, class Alloc, class Free>
 RecordKind cdbkKind(const char* name, int hint, GetSize getSize, Init init, Alloc alloc, Free release) {
